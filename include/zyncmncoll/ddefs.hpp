@@ -1,0 +1,13 @@
+// Build-wide definitions shared by every public header of the library:
+// the export macro that marks the public binary interface. Everything not
+// marked D_EXPORT stays inside libzyncmncoll.so.1.
+#ifndef D_BASE_DDEFS_HPP
+#define D_BASE_DDEFS_HPP
+
+#if defined(__GNUC__) || defined(__clang__)
+#define D_EXPORT __attribute__((visibility("default")))
+#else
+#define D_EXPORT
+#endif
+
+#endif // D_BASE_DDEFS_HPP

@@ -1,0 +1,17 @@
+// Test entry point: sets the process locale named by ZYN_TEST_LOCALE before
+// any string exists (the buffer class is fixed by the first string), and
+// points the library at the build tree's message catalogue.
+#include <gtest/gtest.h>
+
+#include <clocale>
+#include <cstdio>
+#include <cstdlib>
+
+int main(int argc, char** argv) {
+  char const* name = std::getenv("ZYN_TEST_LOCALE");
+  if (name != nullptr && std::setlocale(LC_ALL, name) == nullptr)
+    std::fprintf(stderr, "locale %s is not available; its tests skip\n", name);
+  setenv("KOVRA MSGFILE", ZYN_TEST_CATALOG, 0);
+  testing::InitGoogleTest(&argc, argv);
+  return RUN_ALL_TESTS();
+}
