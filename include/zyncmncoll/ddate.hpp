@@ -89,6 +89,9 @@ public:
   /// @}
 
   /// @name Calendar fields
+  /// Exact for every date from long before 4713 BC (negative day numbers)
+  /// up to AD 148098, where the century estimate of the block search
+  /// starts to drift; day numbers must stay within +-2^62.
   /// @{
   /// The record of this date (year truncated to 16 unsigned bits).
   DCnrDate asICnrDate() const;
@@ -114,7 +117,8 @@ public:
   static DString monthName(Month month);
   /// The locale's full name of dayOfWeek().
   DString dayName() const;
-  /// The locale's full name of \p day ("%A"); "?" outside 0-6.
+  /// The locale's full name of \p day ("%A", struct tm weekday
+  /// (day + 1) mod 7).
   static DString dayName(DayOfWeek day);
   /// The date in the locale's date format (nl_langinfo(D_FMT)), with "y"
   /// made "Y" for fourDigitYear.

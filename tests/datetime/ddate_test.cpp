@@ -112,6 +112,20 @@ TEST(DDateCalendar, EveryDateMatchesTheReferenceAndReadsBack) {
   EXPECT_EQ(365L * 14799 + 3637 - 11, checked);
 }
 
+// Far from the reference range the fields still read back: before 4713 BC
+// through floor division, after AD 9999 up to the documented AD 148098.
+TEST(DDateCalendar, FarYearsReadBack) {
+  int const years[] = {-2000000, -100001, -4801, 10000, 99999, 100000, 148098};
+  for (int year : years)
+    for (int m = 1; m <= 12; ++m)
+      for (int d : {1, 28, referenceMonthLength(m, year)}) {
+        DDate const date(month(m), d, year);
+        ASSERT_EQ(year, date.year()) << m << "/" << d << "/" << year;
+        ASSERT_EQ(m, date.monthOfYear()) << m << "/" << d << "/" << year;
+        ASSERT_EQ(d, date.dayOfMonth()) << m << "/" << d << "/" << year;
+      }
+}
+
 TEST(DDateCalendar, ReformMonthDayByDay) {
   // Day numbers of 1-30 September 1752: the eleven missing days collapse
   // onto the 2nd and the fields read back as 2 September.
