@@ -89,16 +89,16 @@ DException::DException(char const* text, unsigned long errorId,
   setText(text);
 }
 
-DException::DException(DException const& other)
-    : severityValue(other.severityValue), errorIdValue(other.errorIdValue),
-      locationTotal(other.locationTotal), textTotal(other.textTotal),
-      textList(nullptr), groupText(other.groupText) {
-  if (other.textList != nullptr) {
+DException::DException(DException const& source)
+    : severityValue(source.severityValue), errorIdValue(source.errorIdValue),
+      locationTotal(source.locationTotal), textTotal(source.textTotal),
+      textList(nullptr), groupText(source.groupText) {
+  if (source.textList != nullptr) {
     dinternal::NewHandlerSuspension const suspended;
-    textList = new DExcText(*other.textList);
+    textList = new DExcText(*source.textList);
   }
   for (unsigned long i = 0; i < locationTotal; ++i)
-    locations[i] = other.locations[i];
+    locations[i] = source.locations[i];
 }
 
 DException::~DException() { delete textList; }
@@ -197,7 +197,7 @@ void DException::assertParameter(char const* text,
   Name::Name(char const* text, unsigned long errorId,                          \
              DException::Severity severity)                                    \
       : Base(text, errorId, severity) {}                                       \
-  Name::Name(Name const& other) : Base(other) {}                               \
+  Name::Name(Name const& source) : Base(source) {}                               \
   Name::~Name() {}                                                             \
   char const* Name::name() const { return #Name; }
 
