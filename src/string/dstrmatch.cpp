@@ -101,6 +101,12 @@ static void storeNext(DString& work, unsigned int& k, char c) {
   work[k] = c;
 }
 
+// Cuts \p work after byte \p k: the buffer's remove from k + 1 to the end.
+static void cutAfter(DString& work, unsigned int k) {
+  DBuffer* b = work.buffer();
+  dinternal::StringAccess::adopt(work, b->remove(k + 1, b->length() - k));
+}
+
 static constexpr unsigned int initialWorkLength = 128;
 
 DString DString::lineFrom(std::istream& in, char delimiter) {
@@ -112,7 +118,7 @@ DString DString::lineFrom(std::istream& in, char delimiter) {
     storeNext(line, k, c);
     in.get(c);
   }
-  line.remove(k + 1);
+  cutAfter(line, k);
   return line;
 }
 
@@ -146,6 +152,6 @@ std::istream& operator>>(std::istream& in, DString& target) {
         break;
     }
   }
-  target.remove(k + 1);
+  cutAfter(target, k);
   return in;
 }
