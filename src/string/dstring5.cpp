@@ -1,12 +1,15 @@
-// DString concatenation, byte-wise bit operators and 1-based indexing; all
-// of them work on bytes, whatever the buffer class or fgI18NState.
+// DString concatenation, byte-wise bit operators and 1-based indexing.
 #include "dstring.hpp"
 
 #include "base/dthrow_p.hpp"
-#include "dexcept.hpp"
 #include "string/dstring_p.hpp"
 
+#include "dexcept.hpp"
+
+#include <cstring>
 #include <functional>
+
+// Everything here works on bytes, whatever the buffer class or fgI18NState.
 
 static char const thisFile[] = "dstring5";
 // Lines reported by the index range errors (message 1011).

@@ -1,8 +1,8 @@
 // DString's wildcard match, abbreviation and binary-digit tests, and reading
 // a line or a white-space-delimited word from a standard input stream.
-#include "dstring.hpp"
-
 #include "string/dstring_p.hpp"
+
+#include "dstring.hpp"
 
 #include <cctype>
 #include <istream>

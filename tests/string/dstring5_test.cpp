@@ -1,12 +1,11 @@
 // Concatenation, bit operators and indexing of DString: aliasing, shared
 // buffers, cyclic masks and the index range errors with their locations.
-#include <gtest/gtest.h>
-
-#include <string>
-
 #include "dexcept.hpp"
 #include "dstring.hpp"
 #include "dtest_support.hpp"
+
+#include <gtest/gtest.h>
+#include <string>
 
 namespace {
 
@@ -25,7 +24,9 @@ DString make(std::string const& text) {
   return DString(std::string_view(text));
 }
 
-char const* text(DString const& s) { return static_cast<char const*>(s); }
+char const* text(DString const& s) {
+  return static_cast<char const*>(s);
+}
 
 //===--- Concatenation ----------------------------------------------------===//
 
@@ -145,8 +146,7 @@ TEST(DStringBitOp, ApplyCombinesCyclically) {
   for (auto const& c : bitCases) {
     SCOPED_TRACE(c.receiver + "/" + c.mask);
     DString s = make(c.receiver);
-    s.applyBitOp(c.mask.data(), static_cast<unsigned int>(c.mask.size()),
-                 c.op);
+    s.applyBitOp(c.mask.data(), static_cast<unsigned int>(c.mask.size()), c.op);
     expectText(s, c.want);
   }
 }
@@ -332,8 +332,8 @@ TEST(DStringIndex, RangeErrorsCarryTheirLines) {
   // An empty const string has no byte at all, index 0 included.
   EXPECT_DEXCEPTION(empty[0u], DInvalidRequest, 1011, true, "dstring5", 130);
   EXPECT_DEXCEPTION(empty[0], DInvalidRequest, 1011, true, "dstring5", 184);
-  EXPECT_DEXCEPTION(s[-2147483647 - 1], DInvalidRequest, 1011, true,
-                    "dstring5", 197);
+  EXPECT_DEXCEPTION(s[-2147483647 - 1], DInvalidRequest, 1011, true, "dstring5",
+                    197);
   EXPECT_EQ(7, trace.logged); // each logged once before it was thrown
   expectText(s, "abc");
   EXPECT_EQ(0u, empty.length());
