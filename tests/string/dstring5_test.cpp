@@ -16,8 +16,9 @@ void expectText(DString const& s, std::string const& want,
                 unsigned int refs = 1) {
   EXPECT_EQ(want, bytes(s));
   EXPECT_EQ('\0', static_cast<char const*>(s)[s.length()]);
-  if (!want.empty())
+  if (!want.empty()) {
     EXPECT_EQ(refs, s.buffer()->useCount());
+  }
 }
 
 DString make(std::string const& text) {

@@ -224,8 +224,9 @@ TEST(DStringLineFrom, LinesOfEveryLength) {
     DString const got = DString::lineFrom(in);
     EXPECT_EQ(line, bytes(got));
     EXPECT_EQ('\0', static_cast<char const*>(got)[got.length()]);
-    if (n != 0)
+    if (n != 0) {
       EXPECT_EQ(1u, got.buffer()->useCount());
+    }
     EXPECT_EQ("def", rest(in));
   }
 }
