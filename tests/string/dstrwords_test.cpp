@@ -91,7 +91,8 @@ TEST(DStringWords, IndexOfWord) {
       {"ab cd ef", 3, 3, 1, 7},     // from a separator, one word before
       {"ab cd", 2, 2, 0, 4},        // a start inside a word counts its rest
       {"ab cd", 1, 1, 5, 0},        // wordsSoFar above wordNumber
-      {"ab cd", 2, 1, 1, 4},        // wordsSoFar shifts the numbers
+      {"ab cd", 2, 1, 1, 1},        // wordsSoFar shifts the numbers
+      {"ab cd", 3, 1, 1, 4},
       {"ab cd", 1, 6, 0, 0},        // start past the end
       {"", 1, 1, 0, 0},
       {"\r\n\t", 1, 1, 0, 0},
