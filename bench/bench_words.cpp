@@ -1,11 +1,10 @@
 // Word operations on a text of 100,000 words (about 1 MiB), against a
 // plain std::string_view split loop over the same six white-space bytes.
-#include <benchmark/benchmark.h>
+#include "dstring.hpp"
 
+#include <benchmark/benchmark.h>
 #include <string>
 #include <string_view>
-
-#include "dstring.hpp"
 
 namespace {
 

@@ -2,10 +2,10 @@
 // re-spacing blank-delimited words, and finding phrases. Every scan uses the
 // buffer's virtual searches with the white-space set, so multibyte buffers
 // keep characters whole without any code here knowing about them.
-#include "dstring.hpp"
-
 #include "string/dstring_p.hpp"
 #include "string/dwords_p.hpp"
+
+#include "dstring.hpp"
 
 #include <cstdint>
 #include <cstring>
@@ -148,8 +148,8 @@ unsigned int DString::findPhrase(DString const& phrase, unsigned int startWord,
   unsigned int const p = static_cast<unsigned int>(phraseCount);
   std::vector<unsigned int> border(p + 1, 0);
   for (unsigned int j = 2, b = 0; j <= p; ++j) {
-    while (b > 0 && !sameWord(phraseBytes, wanted[b + 1], phraseBytes,
-                              wanted[j]))
+    while (b > 0 &&
+           !sameWord(phraseBytes, wanted[b + 1], phraseBytes, wanted[j]))
       b = border[b];
     if (sameWord(phraseBytes, wanted[b + 1], phraseBytes, wanted[j]))
       ++b;
@@ -202,9 +202,8 @@ DString& DString::space(unsigned int numSpaces, char spaceChar) {
       total = dinternal::checkedAdd(dinternal::checkedAdd(total, numSpaces),
                                     list[i].length);
     char const* const text = pBuffer;
-    fresh = old->newBuffer(text + list[1].position - 1, list[1].length,
-                           nullptr, total - list[1].length, nullptr, 0,
-                           spaceChar);
+    fresh = old->newBuffer(text + list[1].position - 1, list[1].length, nullptr,
+                           total - list[1].length, nullptr, 0, spaceChar);
     // The gaps already hold spaceChar (the factory's pad); copy the words.
     char* const out = fresh->contents();
     unsigned int offset = list[1].length;

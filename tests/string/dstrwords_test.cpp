@@ -1,22 +1,24 @@
 // Word operations of DString: tables per operation, shared receivers, the
 // 1010 overflow of space, a randomized comparison with a plain reference
 // splitter, and a text of 100,000 words.
+#include "dexcept.hpp"
+#include "dstring.hpp"
 #include "dtest_support.hpp"
 
+#include <langinfo.h>
 #include <random>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
-#include "dexcept.hpp"
-#include "dstring.hpp"
-
 using namespace std::string_literals;
 
 namespace {
 
-DString make(std::string const& text) { return DString(std::string_view(text)); }
+DString make(std::string const& text) {
+  return DString(std::string_view(text));
+}
 
 // The text is intact behind its length: one NUL terminator.
 void expectTerminated(DString const& s) {
@@ -65,10 +67,10 @@ TEST(DStringWords, NumWords) {
       {"  a  ", 1},
       {"ab cd", 2},
       {"a\tb\nc\vd\fe\rf g", 7},
-      {"a\0b c"s, 2},       // NUL is part of a word
-      {"\0 \0"s, 2},        // so is a lone NUL
-      {"\x85 \xa0 b", 3},   // high bytes are not white space
-      {"a,b;c.d", 1},       // nor is punctuation
+      {"a\0b c"s, 2},          // NUL is part of a word
+      {"\0 \0"s, 2},           // so is a lone NUL
+      {"\x85 \xa0 b", 3},      // high bytes are not white space
+      {"a,b;c.d", 1},          // nor is punctuation
       {"\x1c\x1d\x1e\x1f", 1}, // nor the other control characters
   };
   for (auto const& c : cases) {
@@ -83,25 +85,22 @@ TEST(DStringWords, IndexOfWord) {
     unsigned wordNumber, startPos, wordsSoFar, want;
   };
   Case const cases[] = {
-      {"  ab cd", 1, 1, 0, 3},
-      {"  ab cd", 2, 1, 0, 6},
-      {"  ab cd", 3, 1, 0, 0},      // past the last word
-      {"  ab cd", 0, 1, 0, 0},      // word 0 never exists
-      {"  ab cd", 1, 0, 0, 0},      // start 0 answers 0
-      {"ab cd ef", 3, 3, 1, 7},     // from a separator, one word before
-      {"ab cd", 2, 2, 0, 4},        // a start inside a word counts its rest
-      {"ab cd", 1, 1, 5, 0},        // wordsSoFar above wordNumber
-      {"ab cd", 2, 1, 1, 1},        // wordsSoFar shifts the numbers
-      {"ab cd", 3, 1, 1, 4},
-      {"ab cd", 1, 6, 0, 0},        // start past the end
-      {"", 1, 1, 0, 0},
-      {"\r\n\t", 1, 1, 0, 0},
+      {"  ab cd", 1, 1, 0, 3},  {"  ab cd", 2, 1, 0, 6},
+      {"  ab cd", 3, 1, 0, 0},  // past the last word
+      {"  ab cd", 0, 1, 0, 0},  // word 0 never exists
+      {"  ab cd", 1, 0, 0, 0},  // start 0 answers 0
+      {"ab cd ef", 3, 3, 1, 7}, // from a separator, one word before
+      {"ab cd", 2, 2, 0, 4},    // a start inside a word counts its rest
+      {"ab cd", 1, 1, 5, 0},    // wordsSoFar above wordNumber
+      {"ab cd", 2, 1, 1, 1},    // wordsSoFar shifts the numbers
+      {"ab cd", 3, 1, 1, 4},    {"ab cd", 1, 6, 0, 0}, // start past the end
+      {"", 1, 1, 0, 0},         {"\r\n\t", 1, 1, 0, 0},
   };
   for (auto const& c : cases) {
     SCOPED_TRACE(c.text);
     SCOPED_TRACE(c.wordNumber);
     EXPECT_EQ(c.want, DString(c.text).indexOfWord(c.wordNumber, c.startPos,
-                                                   c.wordsSoFar));
+                                                  c.wordsSoFar));
   }
 }
 
@@ -149,16 +148,16 @@ TEST(DStringWords, Words) {
   std::string const tt = "\n a  b\tc d \r\n";
   Case const cases[] = {
       {t, 2, 2, "b\tc"},
-      {t, 3, 100, "c d"},            // runs to the last non-blank
+      {t, 3, 100, "c d"}, // runs to the last non-blank
       {t, 2, 0, ""},
-      {t, 0, 1, "a"},                // first word 0 is word 1
+      {t, 0, 1, "a"}, // first word 0 is word 1
       {t, 0, 2, "a  b"},
       {t, 4, 1, "d"},
       {t, 5, 1, ""},
-      {tt, 1, 4, "a  b\tc d"},       // no leading or trailing white space
+      {tt, 1, 4, "a  b\tc d"}, // no leading or trailing white space
       {tt, 1, 0xFFFFFFFFu, "a  b\tc d"},
-      {tt, 2, 0xFFFFFFFEu, "b\tc d"},  // last word exactly 0xFFFFFFFF
-      {tt, 3, 0xFFFFFFFFu, "c d"},     // sum past 32 bits: held at the max
+      {tt, 2, 0xFFFFFFFEu, "b\tc d"}, // last word exactly 0xFFFFFFFF
+      {tt, 3, 0xFFFFFFFFu, "c d"},    // sum past 32 bits: held at the max
       {tt, 0xFFFFFFFFu, 0xFFFFFFFFu, ""},
       {tt, 4, 0xFFFFFFFFu, "d"},
       {"", 1, 1, ""},
@@ -190,8 +189,8 @@ TEST(DStringWords, RemoveWords) {
       {"a b c", 1, 0, "a b c"},
       {"a b c", 4, 1, "a b c"},
       {"a b c", 1, 1, "b c"},
-      {" a b c", 1, 1, " b c"},          // leading white space stays
-      {"a  b\t\tc", 2, 1, "a  c"},       // trailing separators of b go
+      {" a b c", 1, 1, " b c"},    // leading white space stays
+      {"a  b\t\tc", 2, 1, "a  c"}, // trailing separators of b go
       {"a b c  ", 2, 2, "a "},
       {"a b c", 1, 100, ""},
       {"a b c", 2, 0xFFFFFFFFu, "a "},   // firstWord + numWords wraps to 1
@@ -221,16 +220,11 @@ TEST(DStringWords, Space) {
     std::string want;
   };
   Case const cases[] = {
-      {"  a\t\tb  ", 1, ' ', "a b"},
-      {"  a\t\tb  ", 0, ' ', "ab"},
-      {"  a\t\tb  ", 2, '-', "a--b"},
-      {"", 3, '-', ""},
-      {" \t\n\v\f\r", 1, ' ', ""},
-      {"abc", 4, '-', "abc"},
-      {"  abc\n", 4, '-', "abc"},
-      {"a\nb\vc\fd\re", 1, ' ', "a b c d e"},
-      {"a\0b \r c"s, 1, '*', "a\0b*c"s},
-      {"ab cd", 3, '\0', "ab\0\0\0cd"s},
+      {"  a\t\tb  ", 1, ' ', "a b"},     {"  a\t\tb  ", 0, ' ', "ab"},
+      {"  a\t\tb  ", 2, '-', "a--b"},    {"", 3, '-', ""},
+      {" \t\n\v\f\r", 1, ' ', ""},       {"abc", 4, '-', "abc"},
+      {"  abc\n", 4, '-', "abc"},        {"a\nb\vc\fd\re", 1, ' ', "a b c d e"},
+      {"a\0b \r c"s, 1, '*', "a\0b*c"s}, {"ab cd", 3, '\0', "ab\0\0\0cd"s},
       {"x y", 2, '\xe9', "x\xe9\xe9y"},
   };
   for (auto const& c : cases) {
@@ -262,10 +256,10 @@ TEST(DStringWords, SpaceOverflowLeavesReceiver) {
     unsigned numSpaces;
   };
   Case const cases[] = {
-      {"a b", 0xFFFFFFFFu},       // first gap passes 32 bits
-      {"a b", 0xFFFFFFFEu},       // the second word passes them
-      {"a b", 0xFFFFFFFDu},       // 0xFFFFFFFF in all: the factory refuses
-      {"a b c", 0x80000000u},     // only the second gap passes them
+      {"a b", 0xFFFFFFFFu},   // first gap passes 32 bits
+      {"a b", 0xFFFFFFFEu},   // the second word passes them
+      {"a b", 0xFFFFFFFDu},   // 0xFFFFFFFF in all: the factory refuses
+      {"a b c", 0x80000000u}, // only the second gap passes them
   };
   dtest::RecordingTrace trace;
   for (auto const& c : cases) {
@@ -322,26 +316,26 @@ TEST(DStringWords, FindPhrase) {
       {"a b c", "b  c", 1, 3, 2},
       {"a b c", "b\tc", 1, 3, 2},
       {"a\r\nb\f\vc", " b c ", 1, 4, 2},
-      {"a b c", "B c", 1, 0, 0},           // bytes, not case
+      {"a b c", "B c", 1, 0, 0}, // bytes, not case
       {"Hello World", "hello world", 1, 0, 0},
-      {"a b c", "a b c d", 1, 0, 0},       // longer than the text
+      {"a b c", "a b c d", 1, 0, 0}, // longer than the text
       {"a b c", "c", 3, 5, 3},
       {"a b c", "c", 4, 0, 0},
-      {"a b c", "b", 0, 3, 2},             // start 0 works as 1
+      {"a b c", "b", 0, 3, 2}, // start 0 works as 1
       {"a b a b", "a b", 2, 5, 3},
-      {"a b a b c", "a b c", 1, 5, 3},     // restart inside a partial match
+      {"a b a b c", "a b c", 1, 5, 3}, // restart inside a partial match
       {"a a a b", "a a b", 1, 3, 2},
-      {"ab c", "a", 1, 0, 0},              // whole words only
+      {"ab c", "a", 1, 0, 0}, // whole words only
       {"abc", "ab", 1, 0, 0},
       {"x a\0b y"s, "a\0b"s, 1, 3, 2},
       {"x a\0b y"s, "a", 1, 0, 0},
       {"", "a", 1, 0, 0},
-      {"a b", "", 2, 3, 2},                // an empty phrase matches at once
-      {"a b", "", 3, 0, 3},                // word 3 exists for no position
-      {"a b", " \t", 4, 0, 0},             // but word 4 is out of reach
+      {"a b", "", 2, 3, 2},    // an empty phrase matches at once
+      {"a b", "", 3, 0, 3},    // word 3 exists for no position
+      {"a b", " \t", 4, 0, 0}, // but word 4 is out of reach
       {"a b", "", 0, 0, 0},
       {" ", "", 1, 0, 1},
-      {"a b", "a", 0xFFFFFFFFu, 0, 0},     // no wrap of startWord + count
+      {"a b", "a", 0xFFFFFFFFu, 0, 0}, // no wrap of startWord + count
       {"a b", "", 0xFFFFFFFFu, 0, 0},
   };
   for (auto const& c : cases) {
@@ -365,12 +359,10 @@ TEST(DStringWords, FindPhrase) {
 // checked against the reference splitter.
 TEST(DStringWords, RandomAgainstReference) {
   std::mt19937 rng(20261121);
-  char const alphabet[] = {'a', 'b', '\0', '\xe9', ' ',
-                           '\t', '\n', '\v', '\f', '\r'};
+  char const alphabet[] = {'a',  'b',  '\0', '\xe9', ' ',
+                           '\t', '\n', '\v', '\f',   '\r'};
   char const seps[] = {' ', '\t', '\n', '\v', '\f', '\r'};
-  auto pick = [&rng](unsigned n) {
-    return static_cast<unsigned>(rng() % n);
-  };
+  auto pick = [&rng](unsigned n) { return static_cast<unsigned>(rng() % n); };
   for (int iteration = 0; iteration < 400; ++iteration) {
     std::string text;
     unsigned const len = pick(24);
@@ -525,4 +517,63 @@ TEST(DStringWords, FindPhraseRepetitive) {
   EXPECT_EQ(18001u, s.findPhrase(make(phrase), 1, DString::wordIndex));
   EXPECT_EQ(36001u, s.findPhrase(make(phrase), 1, DString::charIndex));
   EXPECT_EQ(0u, s.findPhrase(make(phrase + " a"), 1, DString::wordIndex));
+}
+
+// In multibyte text the words are whole characters and positions stay
+// bytes. Trail bytes that look like ASCII letters or digits (GB18030) are
+// part of their word.
+TEST(MbStringWords, MultibyteWords) {
+  struct Encoding {
+    char const* codeset;
+    std::string w1, w2, w3;
+  };
+  Encoding const encodings[] = {
+      {"UTF-8", "\xe6\x97\xa5\xe6\x9c\xac", "\xe8\xaa\x9e", "a\xc3\xa9"},
+      {"EUC-JP", "\xc6\xfc\xcb\xdc", "\xb8\xec", "a\x8f\xab\xb1"},
+      {"GB18030", "\xc8\xd5\xb1\xbe", "\xd5\x5a", "a\x81\x32\xce\x39"},
+  };
+  // The codeset, not the locale name: ja_JP.eucJP names EUC-JP otherwise.
+  std::string const codeset = nl_langinfo(CODESET);
+  Encoding const* e = nullptr;
+  for (auto const& candidate : encodings)
+    if (codeset == candidate.codeset)
+      e = &candidate;
+  if (e == nullptr)
+    GTEST_SKIP() << "not a multibyte test locale";
+
+  for (int i18n = 0; i18n <= 1; ++i18n) {
+    dtest::I18NState state(i18n);
+    SCOPED_TRACE(i18n);
+    std::string const text = " " + e->w1 + "\t\t" + e->w2 + " " + e->w3 + "\n";
+    auto const p1 = 2u;
+    auto const p2 = static_cast<unsigned>(p1 + e->w1.size() + 2);
+    auto const p3 = static_cast<unsigned>(p2 + e->w2.size() + 1);
+    DString const s = make(text);
+
+    EXPECT_EQ(3u, s.numWords());
+    EXPECT_EQ(p2, s.indexOfWord(2));
+    EXPECT_EQ(p3, s.indexOfWord(3));
+    EXPECT_EQ(e->w2.size(), s.lengthOfWord(2));
+    EXPECT_EQ(e->w3.size(), s.lengthOfWord(3));
+    EXPECT_EQ(e->w1, dtest::bytes(s.word(0)));
+    EXPECT_EQ(e->w3, dtest::bytes(s.word(3)));
+    EXPECT_EQ(e->w2 + " " + e->w3, dtest::bytes(s.words(2, 9)));
+    EXPECT_EQ(e->w1 + "\t\t" + e->w2, dtest::bytes(s.words(1, 2)));
+
+    DString const phrase = make(e->w2 + "\n" + e->w3);
+    EXPECT_EQ(p2, s.findPhrase(phrase, 1, DString::charIndex));
+    EXPECT_EQ(2u, s.findPhrase(phrase, 2, DString::wordIndex));
+    EXPECT_EQ(0u,
+              s.findPhrase(make(e->w2.substr(0, 1)), 1, DString::wordIndex));
+
+    DString spaced = s;
+    spaced.space(1, '-');
+    EXPECT_EQ(e->w1 + "-" + e->w2 + "-" + e->w3, dtest::bytes(spaced));
+    EXPECT_EQ(s.buffer()->className(), spaced.buffer()->className());
+
+    DString removed = s;
+    removed.removeWords(2, 1);
+    EXPECT_EQ(" " + e->w1 + "\t\t" + e->w3 + "\n", dtest::bytes(removed));
+    EXPECT_EQ(text, dtest::bytes(s));
+  }
 }
