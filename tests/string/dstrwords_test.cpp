@@ -234,8 +234,9 @@ TEST(DStringWords, Space) {
     DString& r = s.space(c.numSpaces, c.spaceChar);
     EXPECT_EQ(&s, &r);
     EXPECT_EQ(c.want, dtest::bytes(s));
-    if (s.length() != 0)
+    if (s.length() != 0) {
       EXPECT_EQ(1u, s.buffer()->useCount());
+    }
     expectTerminated(s);
   }
 }
