@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <langinfo.h>
 #include <sstream>
 #include <string>
 #include <sys/resource.h>
@@ -469,4 +470,25 @@ TEST(DDateFormat, EmptyOutputEndsInAnException) {
   ASSERT_TRUE(WIFEXITED(status));
   int const code = WEXITSTATUS(status);
   EXPECT_TRUE(code == 1 || code == 2) << "child exit " << code;
+}
+
+//===--- Multibyte locales ------------------------------------------------===//
+
+// Names come whole from the locale (checked against nl_langinfo, not
+// strftime), and the locale's date format keeps its multibyte text.
+TEST(MbDDateFormat, NamesAndDateFormatOfTheLocale) {
+  if (!dtest::localeIs("UTF-8") && !dtest::localeIs("eucJP") &&
+      !dtest::localeIs("gb18030"))
+    GTEST_SKIP() << "needs one of the multibyte test locales";
+  for (int m = 1; m <= 12; ++m)
+    EXPECT_EQ(nl_langinfo(static_cast<nl_item>(MON_1 + m - 1)),
+              bytes(DDate::monthName(month(m))));
+  for (int w = 0; w < 7; ++w)
+    EXPECT_EQ(nl_langinfo(static_cast<nl_item>(DAY_1 + (w + 1) % 7)),
+              bytes(DDate::dayName(static_cast<DDate::DayOfWeek>(w))));
+  DDate const date(DDate::March, 5, 2001);
+  std::string const full = bytes(date.asString(DDate::fourDigitYear));
+  EXPECT_NE(std::string::npos, full.find("2001")) << full;
+  EXPECT_NE(std::string::npos, full.find("05")) << full;
+  EXPECT_EQ(nl_langinfo(MON_3), bytes(date.monthName()));
 }
