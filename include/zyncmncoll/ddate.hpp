@@ -99,6 +99,7 @@ public:
   long julianDay() const { return dayNumber; }
   /// Year; negative for BC, never 0.
   int year() const;
+  /// Month of the year, January 1 .. December 12.
   Month monthOfYear() const;
   /// Day within the month, from 1.
   int dayOfMonth() const;
