@@ -1,0 +1,88 @@
+// Fuzz-input reader shared by the fuzz targets: takes numbers, choices and
+// short byte strings from the front of the input and yields zeros once the
+// input is used up, so every input is a valid program.
+#ifndef D_FUZZ_FUZZ_INPUT_HPP
+#define D_FUZZ_FUZZ_INPUT_HPP
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+namespace dfuzz {
+
+class Input {
+public:
+  Input(std::uint8_t const* data, std::size_t size) : at(data), left(size) {}
+
+  bool empty() const { return left == 0; }
+
+  std::uint8_t byte() {
+    if (left == 0)
+      return 0;
+    --left;
+    return *at++;
+  }
+
+  /// A value in [0, bound] (bound at most 65535).
+  unsigned int upTo(unsigned int bound) {
+    unsigned int const raw = byte() | (bound > 255 ? byte() << 8 : 0u);
+    return bound == 0 ? 0 : raw % (bound + 1);
+  }
+
+  /// A byte string of at most \p maxLength bytes. Its bytes come from a
+  /// small alphabet most of the time, so that searches find something,
+  /// and are raw input bytes otherwise.
+  std::string text(unsigned int maxLength) {
+    static char const alphabet[] = {'a', 'b', 'c', 'A', ' ', '\t',
+                                    '\0', 'x', '*', '?', '\xE9', 'B'};
+    unsigned int const length = upTo(maxLength);
+    bool const raw = (byte() & 7) == 0;
+    std::string out;
+    for (unsigned int i = 0; i < length && !empty(); ++i) {
+      std::uint8_t const b = byte();
+      out.push_back(raw ? static_cast<char>(b)
+                        : alphabet[b % sizeof alphabet]);
+    }
+    return out;
+  }
+
+  /// A 1-based position for a text of \p length bytes: mostly inside or
+  /// just past it, sometimes 0 or the largest value.
+  unsigned int position(std::size_t length, bool allowHuge) {
+    std::uint8_t const kind = byte();
+    if (allowHuge && kind % 16 == 0)
+      return 0xFFFFFFFFu;
+    return static_cast<unsigned int>(kind % (length + 4));
+  }
+
+private:
+  std::uint8_t const* at;
+  std::size_t left;
+};
+
+/// Stops the run with a description: libFuzzer records the input.
+[[noreturn]] inline void fail(char const* what, std::string const& detail) {
+  std::fprintf(stderr, "mismatch in %s: %s\n", what, detail.c_str());
+  std::abort();
+}
+
+/// Printable form of a byte string for reports.
+inline std::string show(std::string const& bytes) {
+  std::string out = "\"";
+  for (unsigned char c : bytes) {
+    if (c >= 0x20 && c < 0x7F && c != '"' && c != '\\') {
+      out.push_back(static_cast<char>(c));
+    } else {
+      char hex[8];
+      std::snprintf(hex, sizeof hex, "\\x%02X", c);
+      out += hex;
+    }
+  }
+  return out + "\"";
+}
+
+} // namespace dfuzz
+
+#endif // D_FUZZ_FUZZ_INPUT_HPP
