@@ -36,9 +36,18 @@ inline bool unshared(DBuffer const& b) { return b.useCount() < 2; }
 /// result is the same either way.
 inline bool plainBuffer(DBuffer const& b) { return typeid(b) == typeid(DBuffer); }
 
+// GCC's -O2 cost model declines to vectorise this loop; it pays off from a
+// few dozen bytes on, so ask for the full cost model here.
+#if defined(__GNUC__) && !defined(__clang__)
+#define D_VECTORISE __attribute__((optimize("tree-vectorize", \
+                                            "vect-cost-model=dynamic")))
+#else
+#define D_VECTORISE
+#endif
+
 /// Adds \p delta to every byte in [\p low, \p low + 25] from index \p from
 /// on; branch-free so the loop vectorises.
-void shiftLetters(unsigned char* text, unsigned int from, unsigned int end,
+D_VECTORISE void shiftLetters(unsigned char* text, unsigned int from, unsigned int end,
                   unsigned char low, unsigned char delta) {
   for (unsigned int i = from; i < end; ++i) {
     unsigned char const c = text[i];
