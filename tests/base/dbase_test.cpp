@@ -313,3 +313,39 @@ TEST(DKOVR_Init, OutOfMemoryThrowsDOutOfMemory) {
       "logged 1"};
   EXPECT_EQ(want, dtest::linesWith(child.output, "child: "));
 }
+
+// Message texts are allocated with the new-handler removed: running out of
+// memory while filling one in raises std::bad_alloc, never DOutOfMemory
+// (whose own text would be loaded the same way).
+TEST(DMessageText, AllocationBypassesNewHandler) {
+  if (dtest::underSanitizer())
+    GTEST_SKIP() << "address-space limits do not work under the sanitizer";
+  dtest::ChildResult const child = dtest::runInChild([] {
+    std::string const big(64u << 20, 'x');
+    if (!dtest::limitAddressSpace(8u << 20))
+      return 2;
+    try {
+      DMessageText const m(14, testCatalogue, big.c_str());
+      return 3;
+    } catch (std::bad_alloc const&) {
+      std::printf("child: bad_alloc\n");
+    } catch (DException const& e) {
+      std::printf("child: %s\n", e.name());
+    }
+    try {
+      DBase::setMessageFile(big.c_str());
+      return 4;
+    } catch (std::bad_alloc const&) {
+      std::printf("child: bad_alloc\n");
+    } catch (DException const& e) {
+      std::printf("child: %s\n", e.name());
+    }
+    std::printf("child: file %s\n",
+                DBase::messageFile() == big ? "big" : "kept");
+    return 0;
+  });
+  EXPECT_EQ(0, child.exitCode) << child.output;
+  std::vector<std::string> const want = {"bad_alloc", "bad_alloc",
+                                         "file kept"};
+  EXPECT_EQ(want, dtest::linesWith(child.output, "child: "));
+}

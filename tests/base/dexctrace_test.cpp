@@ -198,6 +198,15 @@ TEST(DExceptTrace, LongPartsFitWhole) {
     EXPECT_EQ("      " + text, trace.lines[4]);
   }
   {
+    // The group alone is the longest part.
+    dtest::RecordingTrace trace;
+    DException e("short", 2, DException::recoverable);
+    e.setErrorCodeGroup(group.c_str());
+    e.logExceptionData();
+    ASSERT_EQ(5u, trace.lines.size());
+    EXPECT_EQ("   Error Code group is " + group, trace.lines[2]);
+  }
+  {
     dtest::RecordingTrace trace;
     std::string const longName(700, 'N');
     NamedException e(longName);
