@@ -119,15 +119,25 @@ DCLibErrorInfo::DCLibErrorInfo(char const* prefix)
   errorText = prefixed(prefix, available ? cText : noErrorText);
 }
 
-DCLibErrorInfo::~DCLibErrorInfo() { delete[] errorText; }
+DCLibErrorInfo::~DCLibErrorInfo() {
+  delete[] errorText;
+}
 
-DCLibErrorInfo::operator char const*() const { return text(); }
+DCLibErrorInfo::operator char const*() const {
+  return text();
+}
 
-char const* DCLibErrorInfo::text() const { return errorText; }
+char const* DCLibErrorInfo::text() const {
+  return errorText;
+}
 
-unsigned long DCLibErrorInfo::errorId() const { return errorNumber; }
+unsigned long DCLibErrorInfo::errorId() const {
+  return errorNumber;
+}
 
-bool DCLibErrorInfo::isAvailable() const { return available != 0; }
+bool DCLibErrorInfo::isAvailable() const {
+  return available != 0;
+}
 
 void DCLibErrorInfo::throwCLibError(char const* prefix,
                                     DExceptionLocation const& location,
@@ -144,15 +154,25 @@ DSystemErrorInfo::DSystemErrorInfo(unsigned long errorId, char const* prefix)
   errorText = prefixed(prefix, message.text());
 }
 
-DSystemErrorInfo::~DSystemErrorInfo() { delete[] errorText; }
+DSystemErrorInfo::~DSystemErrorInfo() {
+  delete[] errorText;
+}
 
-DSystemErrorInfo::operator char const*() const { return text(); }
+DSystemErrorInfo::operator char const*() const {
+  return text();
+}
 
-char const* DSystemErrorInfo::text() const { return errorText; }
+char const* DSystemErrorInfo::text() const {
+  return errorText;
+}
 
-unsigned long DSystemErrorInfo::errorId() const { return errorNumber; }
+unsigned long DSystemErrorInfo::errorId() const {
+  return errorNumber;
+}
 
-bool DSystemErrorInfo::isAvailable() const { return available != 0; }
+bool DSystemErrorInfo::isAvailable() const {
+  return available != 0;
+}
 
 void DSystemErrorInfo::throwSystemError(unsigned long errorId,
                                         char const* prefix,
@@ -169,15 +189,25 @@ DGUIErrorInfo::DGUIErrorInfo(char const* prefix) : errorText(nullptr) {
   errorText = prefixed(prefix, message.text());
 }
 
-DGUIErrorInfo::~DGUIErrorInfo() { delete[] errorText; }
+DGUIErrorInfo::~DGUIErrorInfo() {
+  delete[] errorText;
+}
 
-DGUIErrorInfo::operator char const*() const { return errorText; }
+DGUIErrorInfo::operator char const*() const {
+  return errorText;
+}
 
-char const* DGUIErrorInfo::text() const { return errorText; }
+char const* DGUIErrorInfo::text() const {
+  return errorText;
+}
 
-unsigned long DGUIErrorInfo::errorId() const { return 0; }
+unsigned long DGUIErrorInfo::errorId() const {
+  return 0;
+}
 
-bool DGUIErrorInfo::isAvailable() const { return false; }
+bool DGUIErrorInfo::isAvailable() const {
+  return false;
+}
 
 void DGUIErrorInfo::throwGUIError(char const* prefix,
                                   DExceptionLocation const& location,
@@ -199,7 +229,7 @@ void DExcept__throwLibraryError(unsigned long id,
                                 char const* text) {
   DMessageText const message = DBase::messageText(id, text);
   throwByType(rawType(type), ThrowRequest{message.text(), id, severity, false,
-                                         nullptr, location});
+                                          nullptr, location});
 }
 
 // The third argument is part of the fixed signature and never read.
@@ -210,21 +240,21 @@ void DExcept__throwError(unsigned long id, DExceptionLocation const& location,
                          char const* catalogueName) {
   DMessageText const message(id, catalogueName);
   throwByType(rawType(type), ThrowRequest{message.text(), id, severity, true,
-                                         group, location});
+                                          group, location});
 }
 
 void DExcept__assertState(char const* text,
                           DExceptionLocation const& location) {
   DMessageText const message = DBase::messageText(assertionMessage, text);
   throwAs<DInvalidRequest>(ThrowRequest{message.text(), assertionMessage,
-                                      DException::recoverable, true,
-                                      DException::other, location});
+                                        DException::recoverable, true,
+                                        DException::other, location});
 }
 
 void DExcept__assertParameter(char const* text,
                               DExceptionLocation const& location) {
   DMessageText const message = DBase::messageText(assertionMessage, text);
   throwAs<DInvalidParameter>(ThrowRequest{message.text(), assertionMessage,
-                                        DException::recoverable, true,
-                                        DException::other, location});
+                                          DException::recoverable, true,
+                                          DException::other, location});
 }

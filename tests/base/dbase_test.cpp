@@ -109,7 +109,8 @@ TEST(DBaseFreshProcess, Report) {
   DException::TraceFn plain;
   DException::TraceFn* const first = DException::setTraceFunction(plain);
   std::printf("fresh: writer was %s\n",
-              dynamic_cast<DKOVR_Init*>(first) != nullptr ? "library" : "other");
+              dynamic_cast<DKOVR_Init*>(first) != nullptr ? "library"
+                                                          : "other");
   DException::setTraceFunction(*first);
 }
 
@@ -126,9 +127,9 @@ TEST(DBaseMessageFile, FirstUseInFreshProcess) {
     dtest::ChildResult const child = dtest::runSelf(
         "DBaseFreshProcess.Report", {{"ZYN_FRESH_MSGFILE", c.mode}});
     EXPECT_EQ(0, child.exitCode) << child.output;
-    std::vector<std::string> const want = {
-        std::string("file [") + c.file + "]", "handler library",
-        "writer was library"};
+    std::vector<std::string> const want = {std::string("file [") + c.file + "]",
+                                           "handler library",
+                                           "writer was library"};
     EXPECT_EQ(want, dtest::linesWith(child.output, "fresh: "));
   }
 }
@@ -176,10 +177,10 @@ TEST(DMessageText, MissingTextsAndDefaults) {
     char const* catalogue;
     unsigned long id;
   };
-  Case const cases[] = {{testCatalogue, 999},    // no such message
-                        {testCatalogue, 15},     // only in set 2
+  Case const cases[] = {{testCatalogue, 999},      // no such message
+                        {testCatalogue, 15},       // only in set 2
                         {"/nonexistent/x.cat", 1}, // no catalogue
-                        {nullptr, 1}};           // no lookup at all
+                        {nullptr, 1}};             // no lookup at all
   for (auto const& c : cases) {
     SCOPED_TRACE(c.id);
     DMessageText m(c.id, c.catalogue, "x");
@@ -242,7 +243,9 @@ TEST(DMessageText, ReplaceVarsDirectly) {
                         {"%", 2, "%"},
                         {"x%%", 2, "x%%"},
                         {"%21", 2, "B1"},
-                        {"\xE9%1\xFF", 1, "\xE9" "A\xFF"},
+                        {"\xE9%1\xFF", 1,
+                         "\xE9"
+                         "A\xFF"},
                         {"end\r\n", 0, "end\r\n"}}; // stripping is not here
   for (auto const& c : cases) {
     SCOPED_TRACE(c.text);
@@ -345,7 +348,6 @@ TEST(DMessageText, AllocationBypassesNewHandler) {
     return 0;
   });
   EXPECT_EQ(0, child.exitCode) << child.output;
-  std::vector<std::string> const want = {"bad_alloc", "bad_alloc",
-                                         "file kept"};
+  std::vector<std::string> const want = {"bad_alloc", "bad_alloc", "file kept"};
   EXPECT_EQ(want, dtest::linesWith(child.output, "child: "));
 }

@@ -97,8 +97,8 @@ std::vector<std::string> reportOf(Caught const& c) {
               c.file + "\n   line: " + std::to_string(c.line),
           c.id != 0 ? "   Error Id is " + std::to_string(c.id)
                     : "   Error Id is unavailable.",
-          "   Error Code group is " + c.group, "   Exception text is:",
-          "      " + c.text};
+          "   Error Code group is " + c.group,
+          "   Exception text is:", "      " + c.text};
 }
 
 void checkTypeCase(TypeCase const& tc, Caught const& c) {
@@ -161,16 +161,16 @@ TEST(DThrowHelpers, ThrowErrorUsesNamedCatalogue) {
     EXPECT_EQ("Bad %1 at %2", c.text); // no substitutions
   }
   Caught const none = catchFrom([] {
-    DExcept__throwError(5, DExceptionLocation("err", nullptr, 31), nullptr,
-                        "G", DBaseErrorInfo::deviceError,
-                        DException::recoverable, nullptr);
+    DExcept__throwError(5, DExceptionLocation("err", nullptr, 31), nullptr, "G",
+                        DBaseErrorInfo::deviceError, DException::recoverable,
+                        nullptr);
   });
   EXPECT_EQ(missingText, none.text);
   EXPECT_EQ(5ul, none.id);
   Caught const crlf = catchFrom([] {
-    DExcept__throwError(5, DExceptionLocation("err", nullptr, 32), nullptr,
-                        "G", DBaseErrorInfo::deviceError,
-                        DException::recoverable, testCatalogue);
+    DExcept__throwError(5, DExceptionLocation("err", nullptr, 32), nullptr, "G",
+                        DBaseErrorInfo::deviceError, DException::recoverable,
+                        testCatalogue);
   });
   EXPECT_EQ("crlf", crlf.text);
 }
@@ -178,7 +178,8 @@ TEST(DThrowHelpers, ThrowErrorUsesNamedCatalogue) {
 // Calls every helper with the raw exception type \p raw and returns how
 // many threw. A value outside the enumerators is outside the enumeration's
 // range, so the sanitizer's enum check is off for the calls made here.
-__attribute__((no_sanitize("enum"))) static int throwsForType(unsigned int raw) {
+__attribute__((no_sanitize("enum"))) static int
+throwsForType(unsigned int raw) {
   DBaseErrorInfo::ExceptionType type;
   std::memcpy(&type, &raw, sizeof type);
   DExceptionLocation const loc("none", nullptr, 1);
@@ -274,9 +275,9 @@ TEST(DCLibErrorInfo, CapturesRealErrno) {
 TEST(DCLibErrorInfo, ThrowFollowsTheGroupVariable) {
   auto const throwNow = [] {
     ASSERT_EQ(-1, ::chdir("/nonexistent-dir/zyn-test"));
-    DCLibErrorInfo::throwCLibError("chdir", DExceptionLocation("c", nullptr, 50),
-                                   DBaseErrorInfo::accessError,
-                                   DException::unrecoverable);
+    DCLibErrorInfo::throwCLibError(
+        "chdir", DExceptionLocation("c", nullptr, 50),
+        DBaseErrorInfo::accessError, DException::unrecoverable);
   };
   Caught const c = catchFrom(throwNow);
   ASSERT_TRUE(c.thrown);
@@ -309,10 +310,9 @@ TEST(DSystemErrorInfo, TextIsMessage186) {
   EXPECT_EQ(withPrefix.text(), static_cast<char const*>(withPrefix));
 
   Caught const c = catchFrom([] {
-    DSystemErrorInfo::throwSystemError(13, "p",
-                                       DExceptionLocation("s", nullptr, 60),
-                                       DBaseErrorInfo::outOfSystemResource,
-                                       DBase::unrecoverable);
+    DSystemErrorInfo::throwSystemError(
+        13, "p", DExceptionLocation("s", nullptr, 60),
+        DBaseErrorInfo::outOfSystemResource, DBase::unrecoverable);
   });
   ASSERT_TRUE(c.thrown);
   EXPECT_EQ(typeid(DOutOfSystemResource), *c.type);

@@ -4,6 +4,7 @@
 #include "dexctrace.hpp"
 
 #include "base/dthrow_p.hpp"
+
 #include "dbase.hpp"
 #include "dtest_child.hpp"
 #include "dtest_support.hpp"
