@@ -41,19 +41,9 @@ template <class Exception>
   throw exception;
 }
 
-// The raw value of an exception type. Callers may pass any 32-bit value,
-// not only the eight enumerators, so the value is read as bytes rather
-// than through the enumeration (whose range is only 0 to 7).
-static unsigned int rawType(DBaseErrorInfo::ExceptionType const& type) {
-  static_assert(sizeof(DBaseErrorInfo::ExceptionType) == sizeof(unsigned int),
-                "ExceptionType is a 32-bit enumeration");
-  unsigned int value;
-  std::memcpy(&value, &type, sizeof value);
-  return value;
-}
-
 // Throws the class chosen by \p type; any other value returns normally.
-static void throwByType(unsigned int type, ThrowRequest const& request) {
+static void throwByType(DBaseErrorInfo::ExceptionType type,
+                        ThrowRequest const& request) {
   switch (type) {
   case DBaseErrorInfo::accessError:
     throwAs<DAccessError>(request);
@@ -76,19 +66,12 @@ static void throwByType(unsigned int type, ThrowRequest const& request) {
   }
 }
 
-// throwError with the type already read as a raw value.
-static void throwFromInfo(DBaseErrorInfo const& info,
-                          DExceptionLocation const& location, unsigned int type,
-                          DException::Severity severity, char const* group) {
-  throwByType(type, ThrowRequest{info.text(), info.errorId(), severity, true,
-                                 group, location});
-}
-
 void DBaseErrorInfo::throwError(DExceptionLocation const& location,
                                 ExceptionType type,
                                 DException::Severity severity,
                                 char const* group) const {
-  throwFromInfo(*this, location, rawType(type), severity, group);
+  throwByType(type,
+              ThrowRequest{text(), errorId(), severity, true, group, location});
 }
 
 //===--- Error information ------------------------------------------------===//
@@ -144,7 +127,7 @@ void DCLibErrorInfo::throwCLibError(char const* prefix,
                                     ExceptionType type,
                                     DException::Severity severity) {
   DCLibErrorInfo const info(prefix);
-  throwFromInfo(info, location, rawType(type), severity, DException::CLibrary);
+  info.throwError(location, type, severity, DException::CLibrary);
 }
 
 // The error id is not put into the text: message 186 has no placeholder.
@@ -180,8 +163,7 @@ void DSystemErrorInfo::throwSystemError(unsigned long errorId,
                                         ExceptionType type,
                                         DException::Severity severity) {
   DSystemErrorInfo const info(errorId, prefix);
-  throwFromInfo(info, location, rawType(type), severity,
-                DException::operatingSystem);
+  info.throwError(location, type, severity, DException::operatingSystem);
 }
 
 DGUIErrorInfo::DGUIErrorInfo(char const* prefix) : errorText(nullptr) {
@@ -214,8 +196,7 @@ void DGUIErrorInfo::throwGUIError(char const* prefix,
                                   ExceptionType type,
                                   DException::Severity severity) {
   DGUIErrorInfo const info(prefix);
-  throwFromInfo(info, location, rawType(type), severity,
-                DException::presentationSystem);
+  info.throwError(location, type, severity, DException::presentationSystem);
 }
 
 //===--- Free throw helpers -----------------------------------------------===//
@@ -228,8 +209,8 @@ void DExcept__throwLibraryError(unsigned long id,
                                 DException::Severity severity,
                                 char const* text) {
   DMessageText const message = DBase::messageText(id, text);
-  throwByType(rawType(type), ThrowRequest{message.text(), id, severity, false,
-                                          nullptr, location});
+  throwByType(type, ThrowRequest{message.text(), id, severity, false, nullptr,
+                                 location});
 }
 
 // The third argument is part of the fixed signature and never read.
@@ -239,8 +220,8 @@ void DExcept__throwError(unsigned long id, DExceptionLocation const& location,
                          DException::Severity severity,
                          char const* catalogueName) {
   DMessageText const message(id, catalogueName);
-  throwByType(rawType(type), ThrowRequest{message.text(), id, severity, true,
-                                          group, location});
+  throwByType(
+      type, ThrowRequest{message.text(), id, severity, true, group, location});
 }
 
 void DExcept__assertState(char const* text,
