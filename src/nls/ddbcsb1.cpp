@@ -114,10 +114,10 @@ DBuffer* DDBCSBuffer::allocate(unsigned int length) const {
   // Header, text and terminator must fit in 32 bits.
   if (length >= 0xFFFFFFE7u)
     DBuffer::overflow();
+  // One array for header, text and terminator, as DBuffer::allocate makes
+  // it; the inherited operator delete gives it back with delete[].
   void* storage =
-      ::operator new[](sizeof(DDBCSBuffer) + length + 1, std::nothrow);
-  if (storage == nullptr)
-    return nullptr;
+      ::operator new[](sizeof(DDBCSBuffer) + std::size_t(length) + 1);
   return new (storage) DDBCSBuffer(length);
 }
 
