@@ -60,7 +60,9 @@ inline MbSamples const* mbSamples() {
 /// Skips the test outside the multibyte test locales; else binds \p name.
 #define DTEST_MB_SAMPLES(name)                                                 \
   dtest::MbSamples const* name = dtest::mbSamples();                           \
-  if (name == nullptr)                                                         \
-  GTEST_SKIP() << "not a multibyte test locale"
+  if (name == nullptr) {                                                       \
+    GTEST_SKIP() << "not a multibyte test locale";                             \
+  }                                                                            \
+  static_cast<void>(0)
 
 #endif // D_TESTS_DMBSAMPLES_HPP
