@@ -1,8 +1,10 @@
 // The multibyte buffer's character model, class tests and comparison.
-#include "base/dthrow_p.hpp"
 #include "ddbcsb.hpp"
-#include "dstring.hpp"
+
+#include "base/dthrow_p.hpp"
 #include "nls/ddbcsb_p.hpp"
+
+#include "dstring.hpp"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,7 +1,6 @@
 // The multibyte buffer's character model, class tests, multibyte tests,
 // comparison and the factory's multibyte branch.
 #include "ddbcsb.hpp"
-
 #include "dmbsamples.hpp"
 #include "dnlsutil.hpp"
 #include "dtest_support.hpp"
@@ -195,8 +194,8 @@ TEST(MbCharModel, IsCharValidMatchesWholeSetCharacters) {
   std::string const wideSet = mb->longest + mb->wide;
   EXPECT_TRUE(text.buf().isCharValid(2, wideSet.data(), len(wideSet)));
   // Too short for the character, or holding only part of it.
-  EXPECT_FALSE(text.buf().isCharValid(2 + w, mb->longest.data(),
-                                      len(mb->longest) - 1));
+  EXPECT_FALSE(
+      text.buf().isCharValid(2 + w, mb->longest.data(), len(mb->longest) - 1));
   EXPECT_FALSE(text.buf().isCharValid(1, "", 0));
   // The character's bytes straddling two set characters do not match it.
   std::string const straddle = mb->two + mb->two;
@@ -211,8 +210,8 @@ TEST(MbCharModel, IsCharValidMatchesWholeSetCharacters) {
   for (char c : mb->longest) {
     if (static_cast<unsigned char>(c) < 0x80) {
       MbText const single(std::string(1, c));
-      EXPECT_FALSE(single.buf().isCharValid(1, mb->longest.data(),
-                                            len(mb->longest)));
+      EXPECT_FALSE(
+          single.buf().isCharValid(1, mb->longest.data(), len(mb->longest)));
     }
   }
 }
@@ -269,8 +268,7 @@ TEST(MbCharClass, EmptyTextFailsEveryClass) {
        {&DBuffer::isAlphanumeric, &DBuffer::isAlphabetic, &DBuffer::isASCII,
         &DBuffer::isControl, &DBuffer::isDigits, &DBuffer::isGraphics,
         &DBuffer::isHexDigits, &DBuffer::isLowerCase, &DBuffer::isPrintable,
-        &DBuffer::isPunctuation, &DBuffer::isUpperCase,
-        &DBuffer::isWhiteSpace})
+        &DBuffer::isPunctuation, &DBuffer::isUpperCase, &DBuffer::isWhiteSpace})
     EXPECT_FALSE((empty->*test)());
 }
 
@@ -318,8 +316,8 @@ TEST(MbCharClass, WrappersMatchLibc) {
       {zyn_iswlower, std::iswlower}, {zyn_iswprint, std::iswprint},
       {zyn_iswpunct, std::iswpunct}, {zyn_iswupper, std::iswupper},
       {zyn_iswspace, std::iswspace}};
-  int const values[] = {'a', 'Z', '5', ' ', '\n', '!', 0x3042, 0x3000, 0xE9,
-                        static_cast<int>(WEOF)};
+  int const values[] = {'a', 'Z',    '5',    ' ',  '\n',
+                        '!', 0x3042, 0x3000, 0xE9, static_cast<int>(WEOF)};
   for (Pair const& p : pairs)
     for (int v : values)
       EXPECT_EQ(p.libc(static_cast<wint_t>(v)) != 0, p.ours(v) != 0) << v;
@@ -398,10 +396,11 @@ TEST(MbCompare, FlagZeroIsTheByteComparison) {
     unsigned int want;
   };
   std::vector<Case> const cases = {
-      {"abc", "abd", 2}, {"abd", "abc", 1}, {"ab", "abc", 2},
-      {"abc", "ab", 1},  {"", "", 0},       {"", "x", 2},
-      {"x", "", 1},      {"a", "B", 1},     {mb->wide, "a", 1},
-      {std::string("a\0", 2), "a", 1},
+      {"abc", "abd", 2},  {"abd", "abc", 1},
+      {"ab", "abc", 2},   {"abc", "ab", 1},
+      {"", "", 0},        {"", "x", 2},
+      {"x", "", 1},       {"a", "B", 1},
+      {mb->wide, "a", 1}, {std::string("a\0", 2), "a", 1},
   };
   for (Case const& c : cases) {
     SCOPED_TRACE(c.a + " / " + c.b);
@@ -422,16 +421,16 @@ TEST(MbCompare, FlagOneCollatesWideSegments) {
   EXPECT_EQ(2u, compareBytes("", "x"));
   EXPECT_EQ(0u, compareBytes("", ""));
   // Segments follow wcscoll of their wide conversions.
-  std::vector<std::string> const words = {"a", "B", "abc", mb->wide,
-                                          mb->narrow, "a" + mb->longest};
+  std::vector<std::string> const words = {
+      "a", "B", "abc", mb->wide, mb->narrow, "a" + mb->longest};
   for (std::string const& a : words)
     for (std::string const& b : words) {
       SCOPED_TRACE(a + " / " + b);
       DWBuffer const wa(a.c_str());
       DWBuffer const wb(b.c_str());
       int const order = std::wcscoll(wa.data(), wb.data());
-      unsigned int const want = order < 0   ? 2
-                                : order > 0 ? 1
+      unsigned int const want = order < 0             ? 2
+                                : order > 0           ? 1
                                 : a.size() < b.size() ? 2
                                 : a.size() > b.size() ? 1
                                                       : 0;

@@ -14,11 +14,11 @@ namespace dtest {
 
 struct MbSamples {
   char const* codeset;
-  std::string narrow;   // multibyte, one display column
-  std::string wide;     // multibyte, two display columns
-  std::string two;      // a two-byte character
-  std::string longest;  // the longest character of the codeset
-  std::string ideoSpace; // U+3000, white space
+  std::string narrow;               // multibyte, one display column
+  std::string wide;                 // multibyte, two display columns
+  std::string two;                  // a two-byte character
+  std::string longest;              // the longest character of the codeset
+  std::string ideoSpace;            // U+3000, white space
   std::vector<std::string> invalid; // sequences that start no character
   std::string truncated; // a lead cut short (only valid at the text's end)
 };

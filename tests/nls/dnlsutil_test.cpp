@@ -67,22 +67,22 @@ TEST(NlsWideBuffer, SearchTables) {
     unsigned int start, want;
   };
   Case const cases[] = {
-      {pos, "abcabc", "bc", 1, 2},      {pos, "abcabc", "bc", 3, 5},
-      {pos, "abcabc", "bc", 6, 0},      {pos, "abcabc", "bc", 0, 0},
-      {pos, "abcabc", "", 1, 0},        {pos, "abc", "abcd", 1, 0},
-      {pos, "abc", "c", 4, 0},          {pos, "abc", "abc", 1, 1},
-      {anyOf, "abcabc", "xc", 1, 3},    {anyOf, "abcabc", "xc", 4, 6},
-      {anyOf, "abc", "", 1, 0},         {anyOf, "abc", "a", 0, 0},
-      {anyOf, "abc", "a", 4, 0},        {anyBut, "aab", "a", 1, 3},
-      {anyBut, "aab", "", 2, 2},        {anyBut, "aab", "ab", 1, 0},
-      {anyBut, "aab", "b", 0, 0},       {lastPos, "abcabc", "bc", 6, 5},
-      {lastPos, "abcabc", "bc", 4, 2},  {lastPos, "abcabc", "bc", 99, 5},
-      {lastPos, "abcabc", "bc", 1, 0},  {lastPos, "abc", "", 3, 0},
-      {lastPos, "abc", "abcd", 3, 0},   {lastPos, "abc", "a", 0, 0},
+      {pos, "abcabc", "bc", 1, 2},       {pos, "abcabc", "bc", 3, 5},
+      {pos, "abcabc", "bc", 6, 0},       {pos, "abcabc", "bc", 0, 0},
+      {pos, "abcabc", "", 1, 0},         {pos, "abc", "abcd", 1, 0},
+      {pos, "abc", "c", 4, 0},           {pos, "abc", "abc", 1, 1},
+      {anyOf, "abcabc", "xc", 1, 3},     {anyOf, "abcabc", "xc", 4, 6},
+      {anyOf, "abc", "", 1, 0},          {anyOf, "abc", "a", 0, 0},
+      {anyOf, "abc", "a", 4, 0},         {anyBut, "aab", "a", 1, 3},
+      {anyBut, "aab", "", 2, 2},         {anyBut, "aab", "ab", 1, 0},
+      {anyBut, "aab", "b", 0, 0},        {lastPos, "abcabc", "bc", 6, 5},
+      {lastPos, "abcabc", "bc", 4, 2},   {lastPos, "abcabc", "bc", 99, 5},
+      {lastPos, "abcabc", "bc", 1, 0},   {lastPos, "abc", "", 3, 0},
+      {lastPos, "abc", "abcd", 3, 0},    {lastPos, "abc", "a", 0, 0},
       {lastAnyOf, "abcabc", "a", 99, 4}, {lastAnyOf, "abcabc", "a", 3, 1},
-      {lastAnyOf, "abc", "", 3, 0},     {lastAnyOf, "abc", "x", 3, 0},
-      {lastAnyBut, "abb", "b", 99, 1},  {lastAnyBut, "abb", "", 2, 2},
-      {lastAnyBut, "abb", "", 99, 3},   {lastAnyBut, "bbb", "b", 3, 0},
+      {lastAnyOf, "abc", "", 3, 0},      {lastAnyOf, "abc", "x", 3, 0},
+      {lastAnyBut, "abb", "b", 99, 1},   {lastAnyBut, "abb", "", 2, 2},
+      {lastAnyBut, "abb", "", 99, 3},    {lastAnyBut, "bbb", "b", 3, 0},
       {lastAnyBut, "abb", "x", 0, 0},
   };
   for (Case const& c : cases) {
@@ -92,12 +92,24 @@ TEST(NlsWideBuffer, SearchTables) {
     DWBuffer arg(c.arg);
     unsigned int got = 0;
     switch (c.op) {
-    case pos: got = text.positionOf(arg, c.start); break;
-    case anyOf: got = text.positionOfAnyOf(arg, c.start); break;
-    case anyBut: got = text.positionOfAnyBut(arg, c.start); break;
-    case lastPos: got = text.lastPositionOf(arg, c.start); break;
-    case lastAnyOf: got = text.lastPositionOfAnyOf(arg, c.start); break;
-    case lastAnyBut: got = text.lastPositionOfAnyBut(arg, c.start); break;
+    case pos:
+      got = text.positionOf(arg, c.start);
+      break;
+    case anyOf:
+      got = text.positionOfAnyOf(arg, c.start);
+      break;
+    case anyBut:
+      got = text.positionOfAnyBut(arg, c.start);
+      break;
+    case lastPos:
+      got = text.lastPositionOf(arg, c.start);
+      break;
+    case lastAnyOf:
+      got = text.lastPositionOfAnyOf(arg, c.start);
+      break;
+    case lastAnyBut:
+      got = text.lastPositionOfAnyBut(arg, c.start);
+      break;
     }
     EXPECT_EQ(c.want, got);
   }
@@ -147,7 +159,8 @@ TEST(NlsWideBuffer, NullArgumentsGiveZero) {
   EXPECT_EQ(0u, findNextPos(nullptr, 3, 1));
 }
 
-//===--- Position mapping --------------------------------------------------===//
+//===--- Position mapping
+//--------------------------------------------------===//
 
 TEST(MbNlsUtil, PositionsAroundATwoByteCharacter) {
   DTEST_MB_SAMPLES(mb);
@@ -251,16 +264,17 @@ TEST(MbNlsUtil, TruncatedLeadJoinsTheNextCharacter) {
   EXPECT_EQ(3u, findNextPos(t.data(), n, 2));
 }
 
-//===--- Conversions -------------------------------------------------------===//
+//===--- Conversions
+//-------------------------------------------------------===//
 
 TEST(MbNlsUtil, ConversionRoundTrip) {
   DTEST_MB_SAMPLES(mb);
   std::string const t =
       std::string("x\0", 2) + mb->narrow + mb->wide + mb->longest + "y";
   DWBuffer const w(t.data(), len(t));
-  std::wstring const want = {L'x',           L'\0',
-                             toWide(mb->narrow), toWide(mb->wide),
-                             toWide(mb->longest), L'y'};
+  std::wstring const want = {
+      L'x', L'\0', toWide(mb->narrow), toWide(mb->wide), toWide(mb->longest),
+      L'y'};
   EXPECT_EQ(want, wide(w));
   std::vector<char> out(t.size() + 3, '?');
   EXPECT_EQ(len(t), cvtWCS2MBS(w, out.data(), len(t) + 3, 0, '*'));
@@ -308,10 +322,10 @@ TEST(MbNlsUtil, InvalidAndIncompleteSequencesRaise1012) {
   for (std::string const& bad : mb->invalid) {
     std::string const t = "a" + bad + "b";
     SCOPED_TRACE(dtest::bytes(DString(t)));
-    EXPECT_DEXCEPTION(cvtMBS2WCS(t.data(), len(t), out), DInvalidRequest,
-                      1012, false, "dnlsutil", 725);
-    EXPECT_DEXCEPTION(DWBuffer(t.data(), len(t)), DInvalidRequest, 1012,
+    EXPECT_DEXCEPTION(cvtMBS2WCS(t.data(), len(t), out), DInvalidRequest, 1012,
                       false, "dnlsutil", 725);
+    EXPECT_DEXCEPTION(DWBuffer(t.data(), len(t)), DInvalidRequest, 1012, false,
+                      "dnlsutil", 725);
     EXPECT_DEXCEPTION(DWBuffer w(t.c_str()), DInvalidRequest, 1012, false,
                       "dnlsutil", 725);
   }
@@ -322,8 +336,8 @@ TEST(MbNlsUtil, InvalidAndIncompleteSequencesRaise1012) {
   EXPECT_DEXCEPTION(DWBuffer w(cut.c_str()), DInvalidRequest, 1012, false,
                     "dnlsutil", 725);
   std::mbstate_t state = std::mbstate_t();
-  EXPECT_DEXCEPTION(cvtMB2WC(mb->wide.data(), 1, out, &state),
-                    DInvalidRequest, 1012, false, "dnlsutil", 760);
+  EXPECT_DEXCEPTION(cvtMB2WC(mb->wide.data(), 1, out, &state), DInvalidRequest,
+                    1012, false, "dnlsutil", 760);
   EXPECT_GE(trace.logged, 6); // each was reported before it was thrown
 }
 
@@ -332,8 +346,8 @@ TEST(MbNlsUtil, UnconvertibleWideCharacterRaises) {
   dtest::RecordingTrace trace;
   wchar_t const w[] = {L'a', static_cast<wchar_t>(0xD800)};
   char out[16] = {};
-  EXPECT_DEXCEPTION(cvtWCS2MBS(w, 2, out, 16, 1, '*'), DInvalidRequest, 0,
-                    true, "dnlsutil", 880);
+  EXPECT_DEXCEPTION(cvtWCS2MBS(w, 2, out, 16, 1, '*'), DInvalidRequest, 0, true,
+                    "dnlsutil", 880);
   EXPECT_EQ('a', out[0]); // what was written stays
   try {
     cvtWCS2MBS(w, 2, out, 16, 0, '*');
@@ -355,7 +369,7 @@ TEST(MbNlsUtil, GetSubStringPadsCutCharacters) {
   };
   std::vector<Case> const cases = {
       {3, l + 1, std::string(l - 1, '*') + "b*"}, // cut character: pads
-      {3, l - 2, std::string(l - 2, '*')},         // field within the gap
+      {3, l - 2, std::string(l - 2, '*')},        // field within the gap
       {0, n, t},
       {1, n + 2, t + "**"},
       {1, l, "a" + std::string(l - 1, '*')}, // never split at the end
