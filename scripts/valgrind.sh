@@ -15,11 +15,13 @@ werror=OFF
 [ "${CI:-}" = "true" ] && werror=ON
 cmake -S . -B "$dir" -G Ninja -DZYN_WERROR="$werror" >/dev/null
 cmake --build "$dir" --target zyn_tests zyn_locales
-# Tests that cap the address space (a child under RLIMIT_AS cannot host
-# valgrind's own allocator) are left to the normal run.
-capped='DStringMemFault.*:DBufferOverflow.LargestLengthPassesTheCheck'
-capped+=':DException.TextAllocationBypassesNewHandler:DKOVR_Init.OutOfMemoryThrowsDOutOfMemory'
-capped+=':DMessageText.AllocationBypassesNewHandler:DExceptTrace.FallbackReportWhenBufferMissing'
+# Tests that run out of memory on purpose are left to the normal run:
+# valgrind's allocator aborts instead of throwing. Most of them skip by
+# themselves (dtest::underSanitizer() sees valgrind); these two do not ask.
+capped='DDateFormat.EmptyOutputEndsInAnException:DTimeFormat.EmptyOutputEndsInAnException'
+# glibc's AVX2 wide-string routines read whole vectors past short arrays,
+# which memcheck reports; the baseline routines are exact.
+export GLIBC_TUNABLES=glibc.cpu.hwcaps=-AVX2_Usable,-AVX2,-EVEX,-AVX512F_Usable,-AVX512F
 memcheck=(valgrind --tool=memcheck --leak-check=full --show-leak-kinds=definite
           --errors-for-leak-kinds=definite --error-exitcode=1 --track-origins=no
           --suppressions="$PWD/tests/valgrind.supp" --quiet)
