@@ -9,6 +9,7 @@
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
+#include <langinfo.h>
 #include <string>
 #include <vector>
 
@@ -45,9 +46,10 @@ inline std::string bytes(DString const& s) {
 }
 
 /// True when the process runs in a locale whose codeset name contains
-/// \p codeset (e.g. "UTF-8", "EUC-JP", "GB18030").
+/// \p codeset (e.g. "UTF-8", "EUC-JP", "GB18030"). The codeset comes from
+/// nl_langinfo: locale names spell it differently (ja_JP.eucJP).
 inline bool localeIs(char const* codeset) {
-  char const* name = std::setlocale(LC_CTYPE, nullptr);
+  char const* name = nl_langinfo(CODESET);
   return name != nullptr && std::strstr(name, codeset) != nullptr;
 }
 
