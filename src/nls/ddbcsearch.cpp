@@ -1,11 +1,11 @@
 // Multibyte searches and substrings: the DDBCSBuffer overrides that only
 // ever answer the first byte of a character, and the character walker
-// (CharWalk) that every multibyte search and edit steps with.
+// (CharStarts) that every multibyte search and edit steps with.
 #include "ddbcsb.hpp"
 
 #include "dnlsutil.hpp"
 #include "dstring.hpp"
-#include "nls/ddbcs_p.hpp"
+#include "nls/dcharstarts_p.hpp"
 
 #include <algorithm>
 #include <cassert>
@@ -16,24 +16,23 @@
 #include <string.h> // memmem, memrchr
 #include <vector>
 
-using dinternal::CharWalk;
+using dinternal::CharStarts;
 using dinternal::byteArgument;
-using dinternal::mbStep;
 
 //===--- Character walk ---------------------------------------------------===//
 
-CharWalk::CharWalk(char const* data, unsigned int length)
+CharStarts::CharStarts(char const* data, unsigned int length)
     : text(data), textLength(length), sync(currentSync()) {}
 
-CharWalk::CharWalk(char const* data, unsigned int length,
+CharStarts::CharStarts(char const* data, unsigned int length,
                    unsigned int knownStart)
-    : CharWalk(data, length) {
+    : CharStarts(data, length) {
   ring[0] = knownStart;
   ringCount = 1;
   walkEnd = next(knownStart);
 }
 
-CharWalk::Sync CharWalk::currentSync() {
+CharStarts::Sync CharStarts::currentSync() {
   char const* const codeset = nl_langinfo(CODESET);
   if (std::strcmp(codeset, "UTF-8") == 0)
     return utf8Sync;
@@ -44,7 +43,7 @@ CharWalk::Sync CharWalk::currentSync() {
   return noSync;
 }
 
-bool CharWalk::isSync(unsigned char c) const {
+bool CharStarts::isSync(unsigned char c) const {
   switch (sync) {
   case utf8Sync: // anything but a continuation byte 80..BF
     return c < 0x80 || c >= 0xC0;
@@ -58,7 +57,7 @@ bool CharWalk::isSync(unsigned char c) const {
   return false;
 }
 
-unsigned int CharWalk::anchorFor(unsigned int p) {
+unsigned int CharStarts::anchorFor(unsigned int p) {
   unsigned int best = 1;
   if (walkEnd != 0 && walkEnd <= p)
     best = walkEnd;
@@ -73,7 +72,7 @@ unsigned int CharWalk::anchorFor(unsigned int p) {
   return best;
 }
 
-void CharWalk::remember(unsigned int start) {
+void CharStarts::remember(unsigned int start) {
   if (ringCount == ringSize) {
     // Keep the newer half: backward walks ask just below what they know.
     std::memmove(ring, ring + ringSize / 2, sizeof ring / 2);
@@ -82,7 +81,7 @@ void CharWalk::remember(unsigned int start) {
   ring[ringCount++] = start;
 }
 
-unsigned int CharWalk::walk(unsigned int from, unsigned int p) {
+unsigned int CharStarts::walk(unsigned int from, unsigned int p) {
   if (from != walkEnd)
     ringCount = 0; // not contiguous with what the ring holds
   unsigned int steps = 0;
@@ -99,14 +98,14 @@ unsigned int CharWalk::walk(unsigned int from, unsigned int p) {
   }
 }
 
-unsigned int CharWalk::startAtOrBefore(unsigned int p) {
+unsigned int CharStarts::startAtOrBefore(unsigned int p) {
   assert(p >= 1 && p <= textLength);
   if (ringCount != 0 && ring[0] <= p && p < walkEnd)
     return *(std::upper_bound(ring, ring + ringCount, p) - 1);
   return walk(anchorFor(p), p);
 }
 
-unsigned int CharWalk::startAtOrAfter(unsigned int p) {
+unsigned int CharStarts::startAtOrAfter(unsigned int p) {
   if (p > textLength)
     return textLength + 1;
   unsigned int const b = startAtOrBefore(p);
@@ -120,7 +119,7 @@ namespace {
 /// Forward over character starts from the start \p s: the first for which
 /// accept(position) holds; else 0.
 template <class Accept>
-unsigned int scanStarts(CharWalk const& walk, unsigned int s,
+unsigned int scanStarts(CharStarts const& walk, unsigned int s,
                         unsigned int length, Accept accept) {
   for (unsigned int p = s; p != 0 && p <= length; p = walk.next(p))
     if (accept(p))
@@ -130,7 +129,7 @@ unsigned int scanStarts(CharWalk const& walk, unsigned int s,
 
 /// Backward over character starts from the start \p s down to 1.
 template <class Accept>
-unsigned int scanStartsBack(CharWalk& walk, unsigned int s, Accept accept) {
+unsigned int scanStartsBack(CharStarts& walk, unsigned int s, Accept accept) {
   for (unsigned int p = s; p != 0; p = walk.previous(p))
     if (accept(p))
       return p;
@@ -142,7 +141,7 @@ unsigned int scanStartsBack(CharWalk& walk, unsigned int s, Accept accept) {
 /// a candidate inside a character resumes the scan at the next start, so
 /// the walk only ever moves forward from where it stood.
 template <class Find>
-unsigned int firstCandidateAtStart(CharWalk& walk, unsigned int s, Find find) {
+unsigned int firstCandidateAtStart(CharStarts& walk, unsigned int s, Find find) {
   for (unsigned int p = s;;) {
     unsigned int const q = find(p);
     if (q == 0 || q == p)
@@ -157,7 +156,7 @@ unsigned int firstCandidateAtStart(CharWalk& walk, unsigned int s, Find find) {
 /// The backward counterpart: find(p) gives the last candidate at or before
 /// p, or 0.
 template <class Find>
-unsigned int lastCandidateAtStart(CharWalk& walk, unsigned int s, Find find) {
+unsigned int lastCandidateAtStart(CharStarts& walk, unsigned int s, Find find) {
   for (unsigned int p = s; p != 0;) {
     unsigned int const q = find(p);
     if (q == 0 || q == p)
@@ -233,7 +232,7 @@ unsigned int DDBCSBuffer::startSearch(unsigned int start,
   unsigned int const s = DBuffer::startSearch(start, patternLength);
   if (s <= 1) // 0, or the first byte, which always starts a character
     return s;
-  CharWalk walk(contents(), length());
+  CharStarts walk(contents(), length());
   unsigned int const b = walk.startAtOrAfter(s);
   return b <= length() ? b : 0;
 }
@@ -244,7 +243,7 @@ DDBCSBuffer::startBackwardsSearch(unsigned int start,
   unsigned int const s = DBuffer::startBackwardsSearch(start, patternLength);
   if (s <= 1)
     return s;
-  CharWalk walk(contents(), length());
+  CharStarts walk(contents(), length());
   return walk.startAtOrBefore(s);
 }
 
@@ -260,7 +259,7 @@ unsigned int DDBCSBuffer::indexOf(char const* pattern, unsigned int length,
   char const* const text = contents();
   unsigned int const size = this->length();
   // Candidates come from memmem; only those on a character start count.
-  CharWalk walk(text, size, s);
+  CharStarts walk(text, size, s);
   return firstCandidateAtStart(walk, s, [&](unsigned int p) -> unsigned int {
     if (p > size || length > size - p + 1)
       return 0;
@@ -282,7 +281,7 @@ unsigned int DDBCSBuffer::indexOfAnyOf(char const* set, unsigned int length,
   unsigned int const s = startSearch(start, 1);
   if (s == 0 || length == 0 || s > this->length())
     return 0;
-  CharWalk walk(contents(), this->length(), s);
+  CharStarts walk(contents(), this->length(), s);
   if (length == 1)
     return firstCandidateAtStart(
         walk, s, ByteFinder{contents(), this->length(), set[0]});
@@ -312,7 +311,7 @@ unsigned int DDBCSBuffer::indexOfAnyBut(char const* set, unsigned int length,
   }
   if (s > size)
     return 0;
-  CharWalk walk(text, size, s);
+  CharStarts walk(text, size, s);
   return scanStarts(walk, s, size, [&](unsigned int p) {
     return !isCharValid(p, set, length);
   });
@@ -324,7 +323,7 @@ unsigned int DDBCSBuffer::lastIndexOf(char const* pattern, unsigned int length,
   if (s == 0 || length == 0)
     return 0;
   char const* const text = contents();
-  CharWalk walk(text, this->length(), s);
+  CharStarts walk(text, this->length(), s);
   if (length == 1)
     return lastCandidateAtStart(walk, s, LastByteFinder{text, pattern[0]});
   // Candidates: the pattern's first byte, confirmed with memcmp; s already
@@ -352,7 +351,7 @@ unsigned int DDBCSBuffer::lastIndexOfAnyOf(char const* set,
   unsigned int const s = startBackwardsSearch(start, 1);
   if (s == 0 || length == 0)
     return 0;
-  CharWalk walk(contents(), this->length(), s);
+  CharStarts walk(contents(), this->length(), s);
   if (length == 1)
     return lastCandidateAtStart(walk, s, LastByteFinder{contents(), set[0]});
   return scanStartsBack(walk, s, [&](unsigned int p) {
@@ -368,7 +367,7 @@ unsigned int DDBCSBuffer::lastIndexOfAnyBut(char const* set,
     return 0;
   if (length == 0)
     return s;
-  CharWalk walk(contents(), this->length(), s);
+  CharStarts walk(contents(), this->length(), s);
   if (length == 1) {
     if (setByteStartsMultibyte(set))
       return 0; // unlike indexOfAnyBut, which answers s: deliberate
@@ -412,7 +411,7 @@ unsigned int DDBCSBuffer::indexOfAnyBut(DStringTest const& test,
   if (s == 0 || s > length())
     return 0;
   char const* const text = contents();
-  CharWalk walk(text, length(), s);
+  CharStarts walk(text, length(), s);
   return scanStarts(walk, s, length(), [&](unsigned int p) {
     return test.test(byteArgument(text[p - 1])) == 0;
   });
@@ -427,7 +426,7 @@ unsigned int lastByTest(DDBCSBuffer const& b, unsigned int start,
   if (s == 0)
     return 0;
   char const* const text = b.contents();
-  CharWalk walk(text, b.length(), s);
+  CharStarts walk(text, b.length(), s);
   return scanStartsBack(walk, s, [&](unsigned int p) {
     return (test.test(byteArgument(text[p - 1])) != 0) == want;
   });
@@ -482,7 +481,7 @@ DBuffer* DDBCSBuffer::subString(unsigned int start, unsigned int count,
   if (s > length() || count == 0)
     return field;
   char* const out = field->contents();
-  CharWalk walk(contents(), length());
+  CharStarts walk(contents(), length());
   unsigned int const head = std::min(walk.bytesFrom(s), count);
   std::memset(out, pad, head);
   unsigned int const available = length() - s + 1;

@@ -5,7 +5,7 @@
 
 #include "dnlsutil.hpp"
 #include "dstring.hpp"
-#include "nls/ddbcs_p.hpp"
+#include "nls/dcharstarts_p.hpp"
 #include "string/dstring_p.hpp"
 
 #include <algorithm>
@@ -16,7 +16,7 @@
 #include <memory>
 #include <vector>
 
-using dinternal::CharWalk;
+using dinternal::CharStarts;
 using dinternal::mbStep;
 using dinternal::sameBuffer;
 
@@ -36,7 +36,7 @@ void overwrite(DBuffer* r, unsigned int at, unsigned int n, char c) {
 /// The bytes of a character cut by the end of a field: \p afterField is the
 /// source position just behind the field, \p field the result, whose last
 /// bytes become \p pad when they began a character that the field cut.
-DBuffer* padCutTail(CharWalk& walk, DBuffer* field, unsigned int afterField,
+DBuffer* padCutTail(CharStarts& walk, DBuffer* field, unsigned int afterField,
                     char pad) {
   unsigned int const cut = std::min(walk.bytesBefore(afterField),
                                     field->length());
@@ -74,7 +74,7 @@ DBuffer* shiftSingleByteLetters(DDBCSBuffer* b, char const* letters,
   char* const out = target->contents();
   char const* const text = b->contents();
   unsigned char const low = static_cast<unsigned char>(letters[0]);
-  CharWalk walk(text, b->length(), first);
+  CharStarts walk(text, b->length(), first);
   for (unsigned int p = first; p <= b->length(); p = walk.next(p)) {
     unsigned char const c = static_cast<unsigned char>(text[p - 1]);
     if (static_cast<unsigned char>(c - low) < 26u)
@@ -121,8 +121,8 @@ DBuffer* stripBytes(DDBCSBuffer* b, DStringEnum::StripMode mode,
   if (mode != DStringEnum::leading) {
     kept.last = lastBut();
     if (kept.last != 0) // keep the last character whole
-      kept.last = std::min(n, kept.last - 1 + mbStep(b->contents() +
-                                                      kept.last - 1));
+      kept.last = std::min(n, kept.last - 1 + mbStep(b->contents() + kept.last - 1,
+                                                      n - kept.last + 1));
   }
   if (kept.first == 1 && kept.last == n)
     return sameBuffer(b);
@@ -169,7 +169,7 @@ std::vector<std::pair<char const*, unsigned int>>
 splitCharacters(char const* table, unsigned int length) {
   std::vector<std::pair<char const*, unsigned int>> chars;
   for (unsigned int i = 0; i < length;) {
-    unsigned int const n = std::min(mbStep(table + i), length - i);
+    unsigned int const n = mbStep(table + i, length - i);
     chars.emplace_back(table + i, n);
     i += n;
   }
@@ -205,7 +205,7 @@ DBuffer* DDBCSBuffer::remove(unsigned int start, unsigned int count) {
   unsigned int const removed = std::min(count, n - s + 1);
   DBuffer* const result = DBuffer::remove(start, count);
   // Damaged characters become blanks on both sides of the gap.
-  CharWalk walk(contents(), n);
+  CharStarts walk(contents(), n);
   unsigned int const before = walk.bytesBefore(s);
   overwrite(result, s - 1 - before, before, ' ');
   if (s + removed <= n)
@@ -219,7 +219,7 @@ DBuffer* DDBCSBuffer::rightJustify(unsigned int width, char pad) {
     return sameBuffer(this);
   DBuffer* const result = DBuffer::rightJustify(width, pad);
   if (width < n && width != 0) { // cut on the left
-    CharWalk walk(contents(), n);
+    CharStarts walk(contents(), n);
     overwrite(result, 0, walk.bytesFrom(n - width + 1), pad);
   }
   return result;
@@ -243,7 +243,7 @@ DBuffer* DDBCSBuffer::leftJustify(unsigned int width, char pad) {
     return guard.release();
   }
   DBuffer* const result = DBuffer::leftJustify(width, pad);
-  CharWalk walk(contents(), n);
+  CharStarts walk(contents(), n);
   return padCutTail(walk, result, width + 1, pad);
 }
 
@@ -271,7 +271,7 @@ DBuffer* DDBCSBuffer::center(unsigned int width, char pad) {
     return guard.release();
   }
   // Bytes: the window moves back onto the start of a cut first character.
-  CharWalk walk(contents(), n);
+  CharStarts walk(contents(), n);
   unsigned int s = surplus / 2 + 1;
   if (surplus > 1)
     s = walk.startAtOrBefore(s);
@@ -314,7 +314,7 @@ DBuffer* DDBCSBuffer::insert(char const* data, unsigned int length,
   // Bytes: an insertion point inside a character moves back to its start.
   unsigned int after = position;
   if (after > 0 && after < n) {
-    CharWalk walk(contents(), n);
+    CharStarts walk(contents(), n);
     after -= walk.bytesBefore(after + 1);
   }
   return DBuffer::insert(data, length, after, pad);
@@ -345,7 +345,7 @@ DBuffer* DDBCSBuffer::overlayWith(char const* data, unsigned int length,
   if (p > n)
     return result;
   // Blanks for a character cut on the left, pad for one cut on the right.
-  CharWalk walk(contents(), n);
+  CharStarts walk(contents(), n);
   unsigned int const before = walk.bytesBefore(p);
   overwrite(result, p - 1 - before, before, ' ');
   unsigned long long const end = static_cast<unsigned long long>(p) + length;
@@ -379,7 +379,7 @@ DBuffer* DDBCSBuffer::reverse() {
   char const* const text = contents();
   char* const out = result->contents();
   for (unsigned int i = 0; i < n;) {
-    unsigned int const step = std::min(mbStep(text + i), n - i);
+    unsigned int const step = mbStep(text + i, n - i);
     std::memcpy(out + (n - i - step), text + i, step);
     i += step;
   }

@@ -1,10 +1,11 @@
 // Internal helpers of the multibyte buffer's searches and edits: measuring
-// one character, and CharWalk, which finds character starts (1-based byte
+// one character, and CharStarts, which finds character starts (1-based byte
 // positions) without walking from the first byte for every question.
-#ifndef D_NLS_DDBCS_P_HPP
-#define D_NLS_DDBCS_P_HPP
+#ifndef D_NLS_DCHARSTARTS_P_HPP
+#define D_NLS_DCHARSTARTS_P_HPP
 
 #include "dbuffer.hpp"
+#include "nls/ddbcsb_p.hpp"
 
 #include <cstddef>
 #include <cwchar>
@@ -14,16 +15,15 @@ class DWBuffer;
 
 namespace dinternal {
 
-/// Byte length (at least 1) of the character at \p p as mblen(p, 16)
-/// measures it: NUL, invalid and incomplete sequences are one byte. An
-/// ASCII byte where a character starts is one byte in every codeset a
-/// locale may use, so it skips the C library.
-inline unsigned int mbStep(char const* p) {
+/// Byte length (at least 1) of the character at \p p, reading at most
+/// \p available bytes: statelessLength() (NUL, invalid and incomplete
+/// sequences are one byte), except that an ASCII byte where a character
+/// starts is one byte in every codeset a locale may use, so it skips the C
+/// library.
+inline unsigned int mbStep(char const* p, unsigned int available) {
   if (static_cast<unsigned char>(*p) < 0x80)
     return 1;
-  std::mbstate_t state{};
-  std::size_t const n = std::mbrlen(p, 16, &state);
-  return n == 0 || n > 16 ? 1u : static_cast<unsigned int>(n);
+  return statelessLength(p, available);
 }
 
 /// The character starts of one text, as the walk from its first byte with
@@ -33,13 +33,13 @@ inline unsigned int mbStep(char const* p) {
 /// first byte (ASCII in UTF-8 and EUC-JP, and more), which the walk from
 /// the start always lands on. So a sequence of nearby questions costs the
 /// distance walked, not the distance from the first byte.
-class CharWalk {
+class CharStarts {
 public:
-  CharWalk(char const* text, unsigned int length);
+  CharStarts(char const* text, unsigned int length);
   /// Same, with \p knownStart (1..length) known to start a character.
-  CharWalk(char const* text, unsigned int length, unsigned int knownStart);
-  CharWalk(CharWalk const&) = delete;
-  CharWalk& operator=(CharWalk const&) = delete;
+  CharStarts(char const* text, unsigned int length, unsigned int knownStart);
+  CharStarts(CharStarts const&) = delete;
+  CharStarts& operator=(CharStarts const&) = delete;
 
   /// Smallest character start at or after \p p (p >= 1); length + 1 when
   /// none is left.
@@ -47,7 +47,9 @@ public:
   /// Largest character start at or before \p p (1 <= p <= length).
   unsigned int startAtOrBefore(unsigned int p);
   /// The start behind the character that starts at \p b.
-  unsigned int next(unsigned int b) const { return b + mbStep(text + b - 1); }
+  unsigned int next(unsigned int b) const {
+    return b + mbStep(text + b - 1, textLength - b + 1);
+  }
   /// The start of the character before the one starting at \p b; 0 for 1.
   unsigned int previous(unsigned int b) {
     return b <= 1 ? 0 : startAtOrBefore(b - 1);
@@ -101,4 +103,4 @@ inline int byteArgument(char c) { return static_cast<signed char>(c); }
 
 } // namespace dinternal
 
-#endif // D_NLS_DDBCS_P_HPP
+#endif // D_NLS_DCHARSTARTS_P_HPP
