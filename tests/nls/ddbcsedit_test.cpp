@@ -402,3 +402,82 @@ TEST(MbEdit, GeneratedInputNeverSplitsACharacter) {
     }
   }
 }
+
+namespace {
+
+/// Reference word split: runs of bytes outside "\t\n\v\f\r " (no character
+/// of the test codesets carries those bytes inside it). Pairs of 1-based
+/// start and byte length.
+std::vector<std::pair<unsigned int, unsigned int>>
+referenceWords(std::string const& text) {
+  std::vector<std::pair<unsigned int, unsigned int>> words;
+  std::string const blanks("\t\n\v\f\r ");
+  for (std::size_t i = 0; i < text.size();) {
+    std::size_t const start = text.find_first_not_of(blanks, i);
+    if (start == std::string::npos)
+      break;
+    std::size_t end = text.find_first_of(blanks, start);
+    if (end == std::string::npos)
+      end = text.size();
+    words.emplace_back(static_cast<unsigned int>(start + 1),
+                       static_cast<unsigned int>(end - start));
+    i = end;
+  }
+  return words;
+}
+
+} // namespace
+
+// The word operations answer as the byte-wise reference does, on texts of
+// one-byte characters and on texts with multibyte words, with both flags.
+TEST(MbWords, SameAnswersAsTheReferenceAndWholeCharacters) {
+  MB_CHARS(c);
+  std::vector<std::string> const pieces{"a", "bc", " ", "  ", "\t", "\n",
+                                        c.two, c.wide, c.alpha};
+  std::mt19937 rng(1121);
+  for (int round = 0; round < 150; ++round) {
+    bool const singleByte = round % 2 == 0;
+    std::string text;
+    for (unsigned int i = rng() % 10; i > 0; --i) {
+      std::string const& p = pieces[rng() % (singleByte ? 6 : pieces.size())];
+      text += p;
+    }
+    auto const ref = referenceWords(text);
+    unsigned int const count = static_cast<unsigned int>(ref.size());
+    DString const s = str(text);
+    for (int flag : {0, 1}) {
+      SCOPED_TRACE(testing::Message() << "text [" << text << "] flag " << flag);
+      dtest::I18NState state(flag);
+      ASSERT_EQ(count, s.numWords());
+      for (unsigned int w = 1; w <= count + 1; ++w) {
+        unsigned int const start = w <= count ? ref[w - 1].first : 0;
+        unsigned int const size = w <= count ? ref[w - 1].second : 0;
+        EXPECT_EQ(start, s.indexOfWord(w));
+        EXPECT_EQ(size, s.lengthOfWord(w));
+        EXPECT_EQ(text.substr(start ? start - 1 : 0, size),
+                  dtest::bytes(s.word(w)));
+        unsigned int const n = 1 + rng() % 3;
+        if (w <= count) {
+          unsigned int const last = std::min(count, w + n - 1);
+          unsigned int const end = ref[last - 1].first + ref[last - 1].second;
+          EXPECT_EQ(text.substr(start - 1, end - start),
+                    dtest::bytes(s.words(w, n)));
+          // The phrase of those words is found at its first occurrence.
+          unsigned int const k = last - w + 1;
+          auto wordAt = [&](unsigned int i) {
+            return text.substr(ref[i - 1].first - 1, ref[i - 1].second);
+          };
+          unsigned int first = 0;
+          for (unsigned int i = 1; first == 0 && i + k - 1 <= count; ++i) {
+            bool same = true;
+            for (unsigned int j = 0; j < k; ++j)
+              same = same && wordAt(i + j) == wordAt(w + j);
+            if (same)
+              first = i;
+          }
+          EXPECT_EQ(first, s.findPhrase(s.words(w, n), 1, DString::wordIndex));
+        }
+      }
+    }
+  }
+}
