@@ -4,8 +4,9 @@
 #ifndef D_NLS_DCHARSTARTS_P_HPP
 #define D_NLS_DCHARSTARTS_P_HPP
 
-#include "dbuffer.hpp"
 #include "nls/ddbcsb_p.hpp"
+
+#include "dbuffer.hpp"
 
 #include <cstddef>
 #include <cwchar>
@@ -99,7 +100,9 @@ DBuffer* bufferFromWide(DBuffer const& like, wchar_t const* wide,
                         unsigned long count);
 
 /// The predicate's answer for a byte: signed char widened to int.
-inline int byteArgument(char c) { return static_cast<signed char>(c); }
+inline int byteArgument(char c) {
+  return static_cast<signed char>(c);
+}
 
 } // namespace dinternal
 

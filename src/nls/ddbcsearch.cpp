@@ -16,8 +16,8 @@
 #include <string.h> // memmem, memrchr
 #include <vector>
 
-using dinternal::CharStarts;
 using dinternal::byteArgument;
+using dinternal::CharStarts;
 
 //===--- Character walk ---------------------------------------------------===//
 
@@ -25,7 +25,7 @@ CharStarts::CharStarts(char const* data, unsigned int length)
     : text(data), textLength(length), sync(currentSync()) {}
 
 CharStarts::CharStarts(char const* data, unsigned int length,
-                   unsigned int knownStart)
+                       unsigned int knownStart)
     : CharStarts(data, length) {
   ring[0] = knownStart;
   ringCount = 1;
@@ -141,7 +141,8 @@ unsigned int scanStartsBack(CharStarts& walk, unsigned int s, Accept accept) {
 /// a candidate inside a character resumes the scan at the next start, so
 /// the walk only ever moves forward from where it stood.
 template <class Find>
-unsigned int firstCandidateAtStart(CharStarts& walk, unsigned int s, Find find) {
+unsigned int firstCandidateAtStart(CharStarts& walk, unsigned int s,
+                                   Find find) {
   for (unsigned int p = s;;) {
     unsigned int const q = find(p);
     if (q == 0 || q == p)
@@ -169,6 +170,13 @@ unsigned int lastCandidateAtStart(CharStarts& walk, unsigned int s, Find find) {
   return 0;
 }
 
+/// 1-based position of \p hit in \p text; 0 for no hit.
+inline unsigned int positionOf(void const* hit, char const* text) {
+  if (hit == nullptr)
+    return 0;
+  return static_cast<unsigned int>(static_cast<char const*>(hit) - text) + 1;
+}
+
 /// Forward byte finder for one byte \p c in the text's \p length bytes.
 struct ByteFinder {
   char const* text;
@@ -178,9 +186,7 @@ struct ByteFinder {
     if (p > length)
       return 0;
     void const* hit = std::memchr(text + p - 1, c, length - p + 1);
-    return hit ? static_cast<unsigned int>(static_cast<char const*>(hit) -
-                                           text) + 1
-               : 0;
+    return positionOf(hit, text);
   }
 };
 
@@ -190,9 +196,7 @@ struct LastByteFinder {
   char c;
   unsigned int operator()(unsigned int p) const {
     void const* hit = memrchr(text, c, p);
-    return hit ? static_cast<unsigned int>(static_cast<char const*>(hit) -
-                                           text) + 1
-               : 0;
+    return positionOf(hit, text);
   }
 };
 
@@ -221,7 +225,9 @@ unsigned int wideScan(DDBCSBuffer const& b, unsigned int k, int step,
   return 0;
 }
 
-inline bool wideStrategy() { return DString::fgI18NState == 1; }
+inline bool wideStrategy() {
+  return DString::fgI18NState == 1;
+}
 
 } // namespace
 
@@ -264,9 +270,7 @@ unsigned int DDBCSBuffer::indexOf(char const* pattern, unsigned int length,
     if (p > size || length > size - p + 1)
       return 0;
     void const* hit = memmem(text + p - 1, size - p + 1, pattern, length);
-    return hit ? static_cast<unsigned int>(static_cast<char const*>(hit) -
-                                           text) + 1
-               : 0;
+    return positionOf(hit, text);
   });
 }
 
@@ -345,8 +349,7 @@ unsigned int DDBCSBuffer::lastIndexOf(DStringTest const& test,
                         : DBuffer::lastIndexOf(test, start);
 }
 
-unsigned int DDBCSBuffer::lastIndexOfAnyOf(char const* set,
-                                           unsigned int length,
+unsigned int DDBCSBuffer::lastIndexOfAnyOf(char const* set, unsigned int length,
                                            unsigned int start) const {
   unsigned int const s = startBackwardsSearch(start, 1);
   if (s == 0 || length == 0)
@@ -354,9 +357,8 @@ unsigned int DDBCSBuffer::lastIndexOfAnyOf(char const* set,
   CharStarts walk(contents(), this->length(), s);
   if (length == 1)
     return lastCandidateAtStart(walk, s, LastByteFinder{contents(), set[0]});
-  return scanStartsBack(walk, s, [&](unsigned int p) {
-    return isCharValid(p, set, length);
-  });
+  return scanStartsBack(
+      walk, s, [&](unsigned int p) { return isCharValid(p, set, length); });
 }
 
 unsigned int DDBCSBuffer::lastIndexOfAnyBut(char const* set,
@@ -372,12 +374,11 @@ unsigned int DDBCSBuffer::lastIndexOfAnyBut(char const* set,
     if (setByteStartsMultibyte(set))
       return 0; // unlike indexOfAnyBut, which answers s: deliberate
     char const* const text = contents();
-    return scanStartsBack(walk, s,
-                          [&](unsigned int p) { return text[p - 1] != set[0]; });
+    return scanStartsBack(
+        walk, s, [&](unsigned int p) { return text[p - 1] != set[0]; });
   }
-  return scanStartsBack(walk, s, [&](unsigned int p) {
-    return !isCharValid(p, set, length);
-  });
+  return scanStartsBack(
+      walk, s, [&](unsigned int p) { return !isCharValid(p, set, length); });
 }
 
 //===--- Predicate searches -----------------------------------------------===//
@@ -389,8 +390,8 @@ unsigned int DDBCSBuffer::indexOfAnyOf(DStringTest const& test,
                                        unsigned int start) const {
   if (wideStrategy())
     return wideScan(*this,
-                    findNextCharNum(contents(), length(), start ? start : 1),
-                    1, test, true);
+                    findNextCharNum(contents(), length(), start ? start : 1), 1,
+                    test, true);
   unsigned int const s = startSearch(start, 1);
   if (s == 0 || s > length())
     return 0;
@@ -405,8 +406,8 @@ unsigned int DDBCSBuffer::indexOfAnyBut(DStringTest const& test,
                                         unsigned int start) const {
   if (wideStrategy())
     return wideScan(*this,
-                    findNextCharNum(contents(), length(), start ? start : 1),
-                    1, test, false);
+                    findNextCharNum(contents(), length(), start ? start : 1), 1,
+                    test, false);
   unsigned int const s = startSearch(start, 1);
   if (s == 0 || s > length())
     return 0;
@@ -470,6 +471,8 @@ DBuffer* DDBCSBuffer::subString(unsigned int start) const {
 DBuffer* DDBCSBuffer::subString(unsigned int start, unsigned int count,
                                 char pad) const {
   if (wideStrategy()) {
+    if (0xFFFFFFFFu - count <= 24) // as allocate(): before the scratch area
+      overflow();
     std::unique_ptr<char[]> scratch(new char[std::max(count, 1u)]);
     getSubString(contents(), length(), start, pad, scratch.get(), count);
     return newBuffer(scratch.get(), count, nullptr, 0, nullptr, 0, pad);

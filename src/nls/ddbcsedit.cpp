@@ -22,7 +22,9 @@ using dinternal::sameBuffer;
 
 namespace {
 
-inline bool wideStrategy() { return DString::fgI18NState == 1; }
+inline bool wideStrategy() {
+  return DString::fgI18NState == 1;
+}
 
 /// Overwrites \p n bytes of the fresh result \p r from the 0-based \p at
 /// with \p c, clipped to its text.
@@ -38,8 +40,8 @@ void overwrite(DBuffer* r, unsigned int at, unsigned int n, char c) {
 /// bytes become \p pad when they began a character that the field cut.
 DBuffer* padCutTail(CharStarts& walk, DBuffer* field, unsigned int afterField,
                     char pad) {
-  unsigned int const cut = std::min(walk.bytesBefore(afterField),
-                                    field->length());
+  unsigned int const cut =
+      std::min(walk.bytesBefore(afterField), field->length());
   overwrite(field, field->length() - cut, cut, pad);
   return field;
 }
@@ -63,11 +65,10 @@ DBuffer* shiftSingleByteLetters(DDBCSBuffer* b, char const* letters,
   unsigned int const first = b->indexOfAnyOf(letters, 26, 1);
   if (first == 0)
     return sameBuffer(b);
-  DBuffer* const target =
-      b->useCount() < 2
-          ? sameBuffer(b)
-          : b->newBuffer(b->contents(), b->length(), nullptr, 0, nullptr, 0,
-                         ' ');
+  DBuffer* const target = b->useCount() < 2
+                              ? sameBuffer(b)
+                              : b->newBuffer(b->contents(), b->length(),
+                                             nullptr, 0, nullptr, 0, ' ');
   // One walk from the first match instead of a search per match: the
   // matches are exactly the one-byte characters in the letter range, and
   // an ASCII byte where a character starts is always a one-byte character.
@@ -121,8 +122,9 @@ DBuffer* stripBytes(DDBCSBuffer* b, DStringEnum::StripMode mode,
   if (mode != DStringEnum::leading) {
     kept.last = lastBut();
     if (kept.last != 0) // keep the last character whole
-      kept.last = std::min(n, kept.last - 1 + mbStep(b->contents() + kept.last - 1,
-                                                      n - kept.last + 1));
+      kept.last = std::min(
+          n, kept.last - 1 +
+                 mbStep(b->contents() + kept.last - 1, n - kept.last + 1));
   }
   if (kept.first == 1 && kept.last == n)
     return sameBuffer(b);
@@ -299,10 +301,10 @@ DBuffer* DDBCSBuffer::insert(char const* data, unsigned int length,
     DWBuffer const inserted(data, length);
     unsigned int const k = findCharNum(contents(), n, position);
     std::vector<wchar_t> spliced(text.count() + inserted.count() + 1);
-    int const count = insWCS2WCS(
-        text.data(), static_cast<int>(text.count()), inserted.data(),
-        static_cast<int>(inserted.count()), static_cast<int>(k),
-        spliced.data());
+    int const count =
+        insWCS2WCS(text.data(), static_cast<int>(text.count()), inserted.data(),
+                   static_cast<int>(inserted.count()), static_cast<int>(k),
+                   spliced.data());
     unsigned int const total = dinternal::checkedAdd(n, length);
     DBuffer* const result = allocate(total);
     std::unique_ptr<DBuffer, void (*)(DBuffer*)> guard(
@@ -358,11 +360,11 @@ DBuffer* DDBCSBuffer::overlayWith(char const* data, unsigned int length,
 
 DBuffer* DDBCSBuffer::change(char const* pattern, unsigned int patternLength,
                              char const* replacement,
-                             unsigned int replacementLength,
-                             unsigned int start, unsigned int count) {
+                             unsigned int replacementLength, unsigned int start,
+                             unsigned int count) {
   // DBuffer's algorithm finds its matches through the multibyte indexOf.
-  return DBuffer::change(pattern, patternLength, replacement,
-                         replacementLength, start, count);
+  return DBuffer::change(pattern, patternLength, replacement, replacementLength,
+                         start, count);
 }
 
 DBuffer* DDBCSBuffer::reverse() {

@@ -1,24 +1,24 @@
 // Multibyte searches and substrings: matches only at character starts, the
 // one-byte-set rules, both predicate strategies, and the repaired fields.
 #include "ddbcsb.hpp"
-
-#include <gtest/gtest.h>
-
-#include <cctype>
-#include <random>
-#include <string>
-#include <vector>
-
 #include "dexcept.hpp"
 #include "dmbtest.hpp"
 #include "dstring.hpp"
 #include "dtest_support.hpp"
 
+#include <cctype>
+#include <gtest/gtest.h>
+#include <random>
+#include <string>
+#include <vector>
+
 namespace {
 
 using mbtest::Chars;
 
-DString str(std::string const& s) { return DString(std::string_view(s)); }
+DString str(std::string const& s) {
+  return DString(std::string_view(s));
+}
 
 /// Character starts by brute force through the virtual charType().
 bool isStart(DString const& s, unsigned int p) {
@@ -27,7 +27,8 @@ bool isStart(DString const& s, unsigned int p) {
 
 /// Random text of whole characters from \p alphabet, plus (when \p damage)
 /// stray bytes that start no character.
-std::string randomText(std::mt19937& rng, std::vector<std::string> const& alphabet,
+std::string randomText(std::mt19937& rng,
+                       std::vector<std::string> const& alphabet,
                        unsigned int count, bool damage) {
   std::string text;
   for (unsigned int i = 0; i < count; ++i) {
@@ -39,8 +40,12 @@ std::string randomText(std::mt19937& rng, std::vector<std::string> const& alphab
   return text;
 }
 
-int isHigh(int c) { return c < 0 || c > 0x7F; }
-int isLetterA(int c) { return c == 'a'; }
+int isHigh(int c) {
+  return c < 0 || c > 0x7F;
+}
+int isLetterA(int c) {
+  return c == 'a';
+}
 
 } // namespace
 
@@ -51,7 +56,7 @@ TEST(MbSearch, StartsMoveOntoCharacterStarts) {
   EXPECT_EQ(c.l() + 1, b->startSearch(2, 1));
   EXPECT_EQ(c.l() + 1, b->startSearch(c.l(), 1));
   EXPECT_EQ(1u, b->startSearch(0, 1));
-  EXPECT_EQ(c.l() + 1, b->startSearch(2, 2)); // fit is checked first
+  EXPECT_EQ(c.l() + 1, b->startSearch(2, 2));  // fit is checked first
   EXPECT_EQ(0u, b->startSearch(2, c.l() + 1)); // the pattern cannot fit
   EXPECT_EQ(1u, b->startBackwardsSearch(3, 1));
   EXPECT_EQ(c.l() + 1, b->startBackwardsSearch(100, 1));
@@ -67,8 +72,8 @@ TEST(MbSearch, StartsMoveOntoCharacterStarts) {
 TEST(MbSearch, StartsAgreeWithCharTypeOnGeneratedText) {
   MB_CHARS(c);
   std::mt19937 rng(4711);
-  std::vector<std::string> const alphabet{"a", " ", "7", c.two, c.wide,
-                                          c.alpha};
+  std::vector<std::string> const alphabet{"a",   " ",    "7",
+                                          c.two, c.wide, c.alpha};
   for (unsigned int count : {1u, 9u, 40u, 400u}) {
     for (bool damage : {false, true}) {
       DString const s = str(randomText(rng, alphabet, count, damage));
@@ -253,7 +258,8 @@ TEST(MbSearch, InvalidBytesRaiseOnlyWithTheWideStrategy) {
     EXPECT_EQ(3u, bad.indexOfAnyOf(DStringTest(isHigh), 1));
     EXPECT_EQ(4u, bad.lastIndexOfAnyOf(DStringTest(isHigh), 0xFFFFFFFFu));
     EXPECT_EQ(3u, cut.indexOfAnyOf(DStringTest(isHigh), 1));
-    EXPECT_EQ(std::string(4, '*'), dtest::bytes(str("\xFF\xFF").subString(3, 4, '*')));
+    EXPECT_EQ(std::string(4, '*'),
+              dtest::bytes(str("\xFF\xFF").subString(3, 4, '*')));
     EXPECT_EQ("b\xFF**", dtest::bytes(bad.subString(2, 4, '*')));
     EXPECT_EQ(4u, bad.indexOf(c.wide.c_str(), 1));
   }

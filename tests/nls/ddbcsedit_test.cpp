@@ -2,25 +2,27 @@
 // strategies; shared buffers stay unchanged; invalid bytes raise only with
 // the wide strategy.
 #include "ddbcsb.hpp"
-
-#include <gtest/gtest.h>
-
-#include <cctype>
-#include <functional>
-#include <random>
-#include <set>
-#include <string>
-#include <vector>
-
 #include "dexcept.hpp"
 #include "dmbtest.hpp"
 #include "dstring.hpp"
 #include "dtest_support.hpp"
 
+#include <cctype>
+#include <functional>
+#include <gtest/gtest.h>
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
 namespace {
 
-DString str(std::string const& s) { return DString(std::string_view(s)); }
-std::string rep(unsigned int n, char c) { return std::string(n, c); }
+DString str(std::string const& s) {
+  return DString(std::string_view(s));
+}
+std::string rep(unsigned int n, char c) {
+  return std::string(n, c);
+}
 
 /// Applies \p edit to a copy of \p text held by a second handle too, and
 /// checks that the shared original is unchanged.
@@ -34,7 +36,9 @@ std::string edited(std::string const& text,
   return dtest::bytes(copy);
 }
 
-int isStar(int c) { return c == '*'; }
+int isStar(int c) {
+  return c == '*';
+}
 
 } // namespace
 
@@ -51,8 +55,7 @@ TEST(MbEdit, CutCharactersBecomePadOrBlanks) {
     // remove: damaged characters become blanks on both sides of the gap.
     EXPECT_EQ("a" + rep(l - 1, ' '),
               edited(aw, [](DString& s) { s.remove(3, 1); }));
-    EXPECT_EQ(rep(l, ' '),
-              edited(w + w, [&](DString& s) { s.remove(2, l); }));
+    EXPECT_EQ(rep(l, ' '), edited(w + w, [&](DString& s) { s.remove(2, l); }));
     EXPECT_EQ("a", edited(aw, [](DString& s) { s.remove(2); }));
     EXPECT_EQ(w, edited(w + "a", [&](DString& s) { s.remove(l + 1, 5); }));
     // Justification cuts at either end.
@@ -96,21 +99,19 @@ TEST(MbEdit, InsertAndOverlayInsideACharacter) {
     EXPECT_EQ("aX" + w + "b", edited("a" + w + "b", [](DString& s) {
                 s.insert("X", 1, 2, '*');
               }));
-    EXPECT_EQ(" X" + rep(l - 2, '*') + w, edited(w + w, [](DString& s) {
-                s.overlayWith("X", 1, 2, '*');
-              }));
+    EXPECT_EQ(" X" + rep(l - 2, '*') + w,
+              edited(w + w, [](DString& s) { s.overlayWith("X", 1, 2, '*'); }));
     EXPECT_EQ(w + "X", edited(w + w, [&](DString& s) {
-                s.overlayWith("X", 1, l + 1, '*');
-              }).substr(0, l + 1));
+                         s.overlayWith("X", 1, l + 1, '*');
+                       }).substr(0, l + 1));
   }
   {
     dtest::I18NState state(1);
     EXPECT_EQ("a" + w + "Xb", edited("a" + w + "b", [](DString& s) {
                 s.insert("X", 1, 2, '*');
               }));
-    EXPECT_EQ("*X" + rep(l - 2, '*') + w, edited(w + w, [](DString& s) {
-                s.overlayWith("X", 1, 2, '*');
-              }));
+    EXPECT_EQ("*X" + rep(l - 2, '*') + w,
+              edited(w + w, [](DString& s) { s.overlayWith("X", 1, 2, '*'); }));
   }
 }
 
@@ -154,9 +155,8 @@ TEST(MbEdit, UpperCaseLeavesLetterBytesInsideCharacters) {
   if (!dtest::localeIs("GB18030"))
     GTEST_SKIP() << "needs a codeset with ASCII second bytes";
   dtest::I18NState state(0);
-  EXPECT_EQ("A\x81\x61Z", edited("a\x81\x61z", [](DString& s) {
-              s.upperCase();
-            }));
+  EXPECT_EQ("A\x81\x61Z",
+            edited("a\x81\x61z", [](DString& s) { s.upperCase(); }));
 }
 
 TEST(MbEdit, StripKeepsWholeCharacters) {
@@ -216,14 +216,12 @@ TEST(MbEdit, TranslateChangesLengths) {
     SCOPED_TRACE(flag);
     dtest::I18NState state(flag);
     // a -> two-byte character, the long one -> x, q -> pad.
-    EXPECT_EQ(c.two + "bx" + c.two + "*",
-              edited("ab" + w + "aq", [&](DString& s) {
-                s.translate(from.data(), from.size(), to.data(), to.size(),
-                            '*');
-              }));
-    EXPECT_EQ(w, edited(w, [&](DString& s) {
-                s.translate("a", 1, "b", 1, '*');
-              }));
+    EXPECT_EQ(
+        c.two + "bx" + c.two + "*", edited("ab" + w + "aq", [&](DString& s) {
+          s.translate(from.data(), from.size(), to.data(), to.size(), '*');
+        }));
+    EXPECT_EQ(w,
+              edited(w, [&](DString& s) { s.translate("a", 1, "b", 1, '*'); }));
   }
   // The text behind the last match is copied up to its first NUL byte by
   // the byte strategy; the wide one converts every byte.
@@ -239,9 +237,8 @@ TEST(MbEdit, TranslateChangesLengths) {
     EXPECT_NE(before, s.buffer());
   }
   dtest::I18NState state(1);
-  EXPECT_EQ(std::string("Xb\0cd", 5), edited(nul, [](DString& s) {
-              s.translate("a", 1, "X", 1, '*');
-            }));
+  EXPECT_EQ(std::string("Xb\0cd", 5),
+            edited(nul, [](DString& s) { s.translate("a", 1, "X", 1, '*'); }));
 }
 
 TEST(MbEdit, ChangeReplacesWholeCharactersOnly) {
@@ -329,10 +326,10 @@ TEST(MbEdit, ThrowingStripPredicateLeaksNothing) {
 // search answers a character start.
 TEST(MbEdit, GeneratedInputNeverSplitsACharacter) {
   MB_CHARS(c);
-  std::vector<std::string> const alphabet{"a", "b", "Z", c.two, c.wide,
-                                          c.alpha, c.capitalAlpha};
+  std::vector<std::string> const alphabet{"a",    "b",     "Z",           c.two,
+                                          c.wide, c.alpha, c.capitalAlpha};
   std::set<std::string> allowed(alphabet.begin(), alphabet.end());
-  allowed.insert({"*", " "}); // pad, blank
+  allowed.insert({"*", " "});       // pad, blank
   for (auto const& ch : alphabet) { // and what the case changes make
     dtest::I18NState wide(1);
     allowed.insert(dtest::bytes(DString::upperCase(str(ch))));
@@ -351,8 +348,7 @@ TEST(MbEdit, GeneratedInputNeverSplitsACharacter) {
     unsigned int const a = rng() % (n + 3);
     unsigned int const b = rng() % (n + 3);
     std::vector<std::pair<char const*, std::function<void(DString&)>>> const
-        ops{
-            {"remove", [&](DString& s) { s.remove(a, b); }},
+        ops{{"remove", [&](DString& s) { s.remove(a, b); }},
             {"leftJustify", [&](DString& s) { s.leftJustify(a, '*'); }},
             {"rightJustify", [&](DString& s) { s.rightJustify(a, '*'); }},
             {"center", [&](DString& s) { s.center(a, '*'); }},
@@ -432,8 +428,8 @@ referenceWords(std::string const& text) {
 // one-byte characters and on texts with multibyte words, with both flags.
 TEST(MbWords, SameAnswersAsTheReferenceAndWholeCharacters) {
   MB_CHARS(c);
-  std::vector<std::string> const pieces{"a", "bc", " ", "  ", "\t", "\n",
-                                        c.two, c.wide, c.alpha};
+  std::vector<std::string> const pieces{"a",  "bc",  " ",    "  ",   "\t",
+                                        "\n", c.two, c.wide, c.alpha};
   std::mt19937 rng(1121);
   for (int round = 0; round < 150; ++round) {
     bool const singleByte = round % 2 == 0;

@@ -4,16 +4,15 @@
 #ifndef D_TESTS_DMBTEST_HPP
 #define D_TESTS_DMBTEST_HPP
 
-#include <gtest/gtest.h>
+#include "dstring.hpp"
+#include "dtest_support.hpp"
 
 #include <cstdlib>
 #include <cwchar>
+#include <gtest/gtest.h>
 #include <malloc.h>
 #include <string>
 #include <vector>
-
-#include "dstring.hpp"
-#include "dtest_support.hpp"
 
 namespace mbtest {
 
@@ -62,7 +61,9 @@ inline bool decode(std::string const& s, std::vector<std::string>& out) {
 
 /// Bytes the C library's heap holds in use (0 where it cannot tell, as
 /// under AddressSanitizer, whose own leak check covers that lane).
-inline std::size_t heapInUse() { return mallinfo2().uordblks; }
+inline std::size_t heapInUse() {
+  return mallinfo2().uordblks;
+}
 
 /// Checks the NUL behind the text of \p s.
 inline void expectTerminated(DString const& s) {
