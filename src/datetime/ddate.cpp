@@ -283,9 +283,11 @@ DString DDate::asString(YearFormat yearFormat) const {
 
 //===--- Shared strftime step ---------------------------------------------===//
 
-void dinternal::normalizeTm(std::tm& t) {
-  timegm(&t);
-}
+// mktime, as the formats have always been normalised: it fills in the
+// weekday and day of the year, and in the local time zone it may move a
+// time that falls into a daylight-saving gap (callers who need zone-free
+// output set TZ).
+void dinternal::normalizeTm(std::tm& t) { std::mktime(&t); }
 
 DString dinternal::formatTime(char const* format, unsigned int length,
                               std::tm const& t) {

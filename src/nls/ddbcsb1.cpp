@@ -1,8 +1,10 @@
 // The multibyte buffer's character model, class tests and comparison.
-#include "base/dthrow_p.hpp"
 #include "ddbcsb.hpp"
-#include "dstring.hpp"
+
+#include "base/dthrow_p.hpp"
 #include "nls/ddbcsb_p.hpp"
+
+#include "dstring.hpp"
 
 #include <algorithm>
 #include <cerrno>
@@ -401,7 +403,8 @@ unsigned int DDBCSBuffer::compare(void const* other,
       order = 0;
       break;
     }
-    if (mine.convert() && theirs.convert()) {
+    bool const converted = mine.convert() && theirs.convert();
+    if (converted) {
       errno = 0;
       order = std::wcscoll(mine.wide.get(), theirs.wide.get());
       if (errno == EINVAL) {
@@ -412,7 +415,9 @@ unsigned int DDBCSBuffer::compare(void const* other,
       if (error != 0)
         break;
     } else {
-      // A segment with bytes that are no character collates by its bytes.
+      // A segment with bytes that are no character collates by its bytes;
+      // the failed conversion left the states undefined.
+      mine.state = theirs.state = dinternal::zeroState;
       order =
           std::strcmp(mine.bytes + mine.offset, theirs.bytes + theirs.offset);
     }
