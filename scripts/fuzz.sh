@@ -13,7 +13,13 @@ CC=clang CXX=clang++ cmake -S . -B "$dir" -G Ninja -DZYN_FUZZ=ON \
   -DZYN_BUILD_TESTS=OFF -DZYN_BUILD_BENCH=OFF -DZYN_BUILD_EXAMPLES=OFF \
   -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build "$dir" -j2
-mkdir -p "$dir/artifacts"
+mkdir -p "$dir/artifacts" "$dir/locales"
+# The multibyte locales, built as the test suite builds them.
+for spec in en_US.UTF-8:en_US:UTF-8 ja_JP.eucJP:ja_JP:EUC-JP zh_CN.gb18030:zh_CN:GB18030; do
+  IFS=: read -r name source charmap <<< "$spec"
+  [ -f "$dir/locales/$name/LC_CTYPE" ] ||
+    localedef -i "$source" -f "$charmap" "$dir/locales/$name" >/dev/null 2>&1 || true
+done
 export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1}
 export LSAN_OPTIONS=${LSAN_OPTIONS:-suppressions=$PWD/tests/lsan.supp}
 export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
