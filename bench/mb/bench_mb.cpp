@@ -147,6 +147,15 @@ int main(int argc, char** argv) {
                  classOf(t.bigSingle), classOf(t.bigMulti));
     return 1;
   }
+  // Both buffers find the one occurrence, at the end.
+  unsigned int const expected =
+      static_cast<unsigned int>(t.big.size()) - patternLength + 1;
+  if (t.bigMulti.indexOf(pattern, patternLength, 1) != expected ||
+      t.bigSingle.indexOf(pattern, patternLength, 1) != expected) {
+    std::fprintf(stderr, "zyn_bench_mb: the pattern is not found at %u\n",
+                 expected);
+    return 1;
+  }
 
   pair("UTF-8 indexOf, 3 characters", "1 MiB", indexOfSide, &t.bigMulti,
        &t.bigSingle);
