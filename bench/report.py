@@ -71,8 +71,8 @@ def split_name(name):
 
 def collect(paths):
     times = {}   # (work, size) -> {side: ns}
-    order = []   # (work, size) in the order of the runs
-    for path in paths:
+    first = {}   # (work, size) -> (file, registration index)
+    for number, path in enumerate(paths):
         with open(path) as f:
             run = json.load(f)
         for b in run.get('benchmarks', []):
@@ -83,12 +83,13 @@ def collect(paths):
                 continue
             work, size, side = key
             ns = b['cpu_time'] * SCALE[b['time_unit']]
-            if (work, size) not in times:
-                times[(work, size)] = {}
-                order.append((work, size))
-            sides = times[(work, size)]
+            # Registration order, whatever order the run interleaved.
+            index = (number, b.get('family_index', 0),
+                     b.get('per_family_instance_index', 0))
+            first[(work, size)] = min(index, first.get((work, size), index))
+            sides = times.setdefault((work, size), {})
             sides[side] = min(ns, sides.get(side, ns))
-    return times, order
+    return times, sorted(times, key=first.get)
 
 
 def table(paths):

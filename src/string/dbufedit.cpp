@@ -6,6 +6,7 @@
 #include "dstring.hpp"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -36,11 +37,29 @@ inline bool unshared(DBuffer const& b) { return b.useCount() < 2; }
 /// result is the same either way.
 inline bool plainBuffer(DBuffer const& b) { return typeid(b) == typeid(DBuffer); }
 
-/// Adds \p delta to every byte in [\p low, \p low + 25] from index \p from
-/// on; branch-free so the loop vectorises.
+/// Adds \p delta (+32 or -32) to every byte in [\p low, \p low + 25] from
+/// index \p from on. Eight bytes at a time in a 64-bit word: a byte is in
+/// range when its low seven bits are at least low and below low + 26 and its
+/// top bit is clear; low + 26 is at most 0x80, so no sum carries into the
+/// next byte, and the shifted letters stay inside their byte.
 void shiftLetters(unsigned char* text, unsigned int from, unsigned int end,
                   unsigned char low, unsigned char delta) {
-  for (unsigned int i = from; i < end; ++i) {
+  constexpr std::uint64_t ones = 0x0101010101010101u;
+  constexpr std::uint64_t highBits = 0x8080808080808080u;
+  std::uint64_t const fromLow = ones * (0x80u - low);
+  std::uint64_t const fromEnd = ones * (0x80u - (low + 26u));
+  bool const adding = delta == 32;
+  unsigned int i = from;
+  for (; end - i >= 8; i += 8) {
+    std::uint64_t word;
+    std::memcpy(&word, text + i, 8);
+    std::uint64_t const seven = word & ~highBits;
+    std::uint64_t const mask =
+        (seven + fromLow) & ~(seven + fromEnd) & ~word & highBits;
+    word = adding ? word + (mask >> 2) : word - (mask >> 2);
+    std::memcpy(text + i, &word, 8);
+  }
+  for (; i < end; ++i) {
     unsigned char const c = text[i];
     unsigned char const inRange = static_cast<unsigned char>(c - low) < 26u;
     text[i] = static_cast<unsigned char>(c + (inRange ? delta : 0));
