@@ -355,11 +355,10 @@ TEST(DBufferSearch, RandomAgainstReferenceScan) {
   }
 }
 
-// Texts of 16 bytes and more take lastIndexOf's eight-candidates-at-a-time
-// search: texts over two bytes with patterns full of repeats (many
-// candidates per word, the last one must win), and over all byte values
-// with long patterns.
-TEST(DBufferSearch, LastIndexOfByWordsAgainstReferenceScan) {
+// lastIndexOf on long texts: texts over two bytes with patterns full of
+// repeats (many candidates share the final byte, the last match must win),
+// and over all byte values with long patterns.
+TEST(DBufferSearch, LastIndexOfLongTextsAgainstReferenceScan) {
   std::mt19937 rng(4711);
   auto randomString = [&](unsigned int length, unsigned int spread) {
     std::string s(length, ' ');
