@@ -65,7 +65,8 @@ int const registered = [] {
          [](benchmark::State& state, std::size_t n) {
            std::string const text = prose(n, needle);
            for (auto _ : state)
-             benchmark::DoNotOptimize(std::string_view(text).find(needle, 0, 8));
+             benchmark::DoNotOptimize(
+                 std::string_view(text).find(needle, 0, 8));
            bytesProcessed(state, n);
          },
          size.bytes);
@@ -88,7 +89,8 @@ int const registered = [] {
       [frontNeedle](benchmark::State& state, std::size_t n) {
         std::string const raw = frontNeedle(n);
         for (auto _ : state)
-          benchmark::DoNotOptimize(std::string_view(raw).rfind(needle, std::string_view::npos, 8));
+          benchmark::DoNotOptimize(
+              std::string_view(raw).rfind(needle, std::string_view::npos, 8));
         bytesProcessed(state, n);
       });
 

@@ -374,8 +374,8 @@ TEST(DBufferSearch, LastIndexOfLongTextsAgainstReferenceScan) {
     if (round % 2 == 0 && p.size() <= t.size()) // plant one occurrence
       t.replace(rng() % (t.size() - p.size() + 1), p.size(), p);
     DString const s = text(t);
-    unsigned int const starts[] = {0xFFFFFFFFu, len(t),
-                                   static_cast<unsigned int>(rng() % (len(t) + 1))};
+    unsigned int const starts[] = {
+        0xFFFFFFFFu, len(t), static_cast<unsigned int>(rng() % (len(t) + 1))};
     for (unsigned int start : starts) {
       SCOPED_TRACE(testing::Message() << "round " << round << " start "
                                       << start);
