@@ -7,6 +7,7 @@
 #include "dstring.hpp"
 #include "dtest_support.hpp"
 
+#include <ctype.h>
 #include <dlfcn.h>
 
 #include <cerrno>
@@ -228,4 +229,45 @@ TEST(DBufferClasses, MultibyteAnswersAreConstants) {
     EXPECT_FALSE(b->includesMBCS());
     EXPECT_FALSE(b->includesDBCS());
   }
+}
+
+// Long texts of an exact DBuffer are classified through a table of the 256
+// byte values: every class must still answer as the byte-by-byte predicate
+// does, with bytes from 0x80 passed as negative values, wherever the one
+// failing byte sits.
+TEST(DBufferClasses, LongTextsAgreeWithTheBytePredicates) {
+  int (*const classes[])(int) = {::isalnum, ::isalpha, ::iscntrl,
+                                 ::isdigit, ::isgraph, ::isxdigit,
+                                 ::islower, ::isprint, ::ispunct,
+                                 ::isupper, ::isspace};
+  auto answers = [](DString const& s) {
+    return std::vector<bool>{s.isAlphanumeric(), s.isAlphabetic(),
+                             s.isControl(),      s.isDigits(),
+                             s.isGraphics(),     s.isHexDigits(),
+                             s.isLowerCase(),    s.isPrintable(),
+                             s.isPunctuation(),  s.isUpperCase(),
+                             s.isWhiteSpace()};
+  };
+  auto expected = [&](std::string const& t) {
+    std::vector<bool> want;
+    for (auto classify : classes) {
+      bool all = true;
+      for (char c : t)
+        all = all && classify(static_cast<signed char>(c)) != 0;
+      want.push_back(all);
+    }
+    return want;
+  };
+  std::string const fillers[] = {"7", "b", "Q", " ", "\x01", "~"};
+  for (std::string const& fill : fillers)
+    for (std::size_t length : {255u, 256u, 300u, 1000u})
+      for (int other = 0; other < 256; other += 5)
+        for (std::size_t at : {std::size_t(0), length / 2, length - 1}) {
+          std::string t(length, fill[0]);
+          t[at] = static_cast<char>(other);
+          SCOPED_TRACE(testing::Message()
+                       << "fill " << int(fill[0]) << " length " << length
+                       << " byte " << other << " at " << at);
+          ASSERT_EQ(expected(t), answers(text(t)));
+        }
 }
