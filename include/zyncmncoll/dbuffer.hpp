@@ -226,8 +226,10 @@ public:
   }
   /// Text length in bytes.
   unsigned int length() const { return byteLength; }
-  /// Current reference count.
-  unsigned int useCount() const { return refCount; }
+  /// Current reference count (read without the lock: a snapshot).
+  unsigned int useCount() const {
+    return __atomic_load_n(&refCount, __ATOMIC_RELAXED);
+  }
 
   /// Takes one reference under refGuard.
   void addRef();

@@ -1,0 +1,175 @@
+// Buffer lifecycle: allocation and the buffer factory, the shared empty
+// buffers, the process-wide reference-count lock, newBuffer and the 1010
+// length-overflow exception.
+#include "dbuffer.hpp"
+
+#include "base/dthrow_p.hpp"
+#include "dexcept.hpp"
+#include "dstring.hpp"
+#include "oss/doss.hpp"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <string>
+
+static char const thisFile[] = "dbuffer0";
+static constexpr unsigned long overflowLine = 561;
+
+char DBuffer::refGuard = 0;
+DBuffer* DBuffer::nullBuffer = nullptr;
+DBuffer* DBuffer::nullDBuffer = nullptr;
+
+namespace {
+
+// Every count change happens between these two. The exchange is the
+// acquire; the release is a full fence followed by a plain store of 0.
+inline void takeGuard() {
+  if (__atomic_exchange_n(&DBuffer::refGuard, 1, __ATOMIC_ACQUIRE) != 0)
+    ossLockGetConflict(&DBuffer::refGuard);
+}
+
+inline void dropGuard() {
+  __atomic_thread_fence(__ATOMIC_SEQ_CST);
+  __atomic_store_n(&DBuffer::refGuard, 0, __ATOMIC_RELEASE);
+}
+
+// One array holds header, text and terminator; the deleting destructor
+// gives it back with operator delete[].
+template <class Buffer>
+DBuffer* construct(unsigned int length) {
+  void* storage = ::operator new[](sizeof(Buffer) + std::size_t(length) + 1);
+  return new (storage) Buffer(length);
+}
+
+} // namespace
+
+//===--- Lifecycle --------------------------------------------------------===//
+
+DBuffer::DBuffer(unsigned int length) : refCount(1), byteLength(length) {
+  static_assert(sizeof(DBuffer) == 16, "header: vptr, count, length");
+  contents()[length] = '\0';
+}
+
+DBuffer::~DBuffer() = default;
+
+void DBuffer::operator delete(void* storage) { ::operator delete[](storage); }
+
+void DBuffer::addRef() {
+  takeGuard();
+  __atomic_store_n(&refCount, refCount + 1, __ATOMIC_RELAXED);
+  dropGuard();
+}
+
+void DBuffer::removeRef() {
+  takeGuard();
+  unsigned int const left = refCount - 1;
+  __atomic_store_n(&refCount, left, __ATOMIC_RELAXED);
+  // Deletion happens inside the critical section, deliberately: no other
+  // holder can exist, and the lock orders it after the last release.
+  if (left == 0)
+    delete this;
+  dropGuard();
+}
+
+//===--- Factory ----------------------------------------------------------===//
+
+DBuffer* DBuffer::initialize() {
+  refGuard = 0;
+  if (MB_CUR_MAX < 2)
+    return construct<DBuffer>(0);
+  // The multibyte branch: the default empty buffer is a DDBCSBuffer and a
+  // single-byte empty buffer is kept for DBuffer::null().
+  return construct<DBuffer>(0);
+}
+
+DBuffer* DBuffer::defaultBuffer() {
+  if (nullBuffer == nullptr)
+    nullBuffer = initialize();
+  return nullBuffer;
+}
+
+DBuffer* DBuffer::null() const {
+  // Class names compare by pointer identity: each class returns one literal.
+  if (nullDBuffer != nullptr && nullDBuffer->className() == className())
+    return nullDBuffer;
+  return defaultBuffer();
+}
+
+DBuffer* DBuffer::allocate(unsigned int length) const {
+  // MB_CUR_MAX is read at every call (a locale switch after the first
+  // string changes the class of later buffers); the multibyte branch.
+  std::size_t const maxCharLength = MB_CUR_MAX;
+  (void)maxCharLength;
+  if (0xFFFFFFFFu - length <= 24)
+    overflow();
+  return construct<DBuffer>(length);
+}
+
+char const* DBuffer::className() const {
+  static char const name[] = "DBuffer";
+  return name;
+}
+
+void DBuffer::overflow() {
+  dinternal::throwMessage<DInvalidRequest>(1010, DException::recoverable,
+                                           thisFile, overflowLine);
+}
+
+DBuffer* DBuffer::newBuffer(void const* data1, unsigned int length1,
+                            void const* data2, unsigned int length2,
+                            void const* data3, unsigned int length3,
+                            char pad) const {
+  // Both checks in 32-bit arithmetic: the total may be at most 4294967294.
+  if (!(length1 < 0xFFFFFFFFu - length2) ||
+      !(length1 + length2 < 0xFFFFFFFFu - length3))
+    overflow();
+  unsigned int const total = length1 + length2 + length3;
+  if (total == 0) {
+    DBuffer* empty = null();
+    empty->addRef();
+    return empty;
+  }
+  DBuffer* result = allocate(total);
+  char* out = result->contents();
+  struct Piece {
+    void const* data;
+    unsigned int length;
+  } const pieces[] = {{data1, length1}, {data2, length2}, {data3, length3}};
+  for (Piece const& piece : pieces) {
+    if (piece.data == nullptr)
+      std::memset(out, pad, piece.length);
+    else if (piece.length != 0)
+      std::memcpy(out, piece.data, piece.length);
+    out += piece.length;
+  }
+  return result;
+}
+
+//===--- Character model (single-byte: every byte is a character) ---------===//
+
+int DBuffer::charType(unsigned int) const { return 0; }
+
+char* DBuffer::next(char const* p) { return const_cast<char*>(p); }
+
+char const* DBuffer::next(char const* p) const { return p; }
+
+//===--- Description ------------------------------------------------------===//
+
+DString DBuffer::asDebugInfo() const {
+  char numbers[96];
+  std::string info = className();
+  std::snprintf(numbers, sizeof numbers, "(@%lu,refs=%u,len=%u,data=[",
+                reinterpret_cast<unsigned long>(this), useCount(), length());
+  info += numbers;
+  // Short texts print whole (up to a NUL); from 24 bytes on, exactly the
+  // first ten bytes, "..." and the last ten.
+  if (length() < 24)
+    info += contents();
+  else
+    info.append(contents(), 10).append("...").append(
+        contents() + length() - 10, 10);
+  info += "])";
+  return DString(std::string_view(info));
+}

@@ -1,0 +1,331 @@
+// The DString handle: construction, sharing, copy on write, the debug
+// descriptions, comparison, conversions and the KOVRA_I18N switch.
+#include "dstring.hpp"
+
+#include "dtest_support.hpp"
+
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <climits>
+#include <cstdlib>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+using dtest::bytes;
+
+TEST(DStringConstruct, EmptyFormsShareTheDefaultBuffer) {
+  DString a;
+  DString b(static_cast<char const*>(nullptr));
+  DString c("");
+  EXPECT_EQ(DBuffer::defaultBuffer(), a.buffer());
+  EXPECT_EQ(a.buffer(), b.buffer());
+  EXPECT_EQ(a.buffer(), c.buffer());
+  EXPECT_EQ(0u, a.length());
+  EXPECT_STREQ("", a);
+  EXPECT_EQ(DString::nullBuf(), DBuffer::defaultBuffer()->contents());
+}
+
+TEST(DStringConstruct, Numbers) {
+  struct Case {
+    DString value;
+    char const* want;
+  };
+  Case const cases[] = {
+      {DString(-5), "-5"},
+      {DString(static_cast<unsigned short>(65535)), "65535"},
+      {DString(static_cast<short>(-1)), "-1"},
+      {DString(4294967295u), "4294967295"},
+      {DString(LONG_MIN), "-9223372036854775808"},
+      {DString(ULONG_MAX), "18446744073709551615"},
+      {DString(0), "0"},
+      {DString(2.0), "2"},
+      {DString(1.0 / 3), "0.333333333333333"},
+      {DString(0.1), "0.1"},
+      {DString(1e20), "1e+20"},
+      {DString(123456789012345678.0), "1.23456789012346e+17"},
+      {DString(-0.5), "-0.5"},
+  };
+  for (auto const& c : cases)
+    EXPECT_EQ(c.want, bytes(c.value));
+}
+
+TEST(DStringConstruct, CharactersAndTexts) {
+  DString nul('\0');
+  EXPECT_EQ(1u, nul.length());
+  EXPECT_EQ(std::string(1, '\0'), bytes(nul));
+  std::ostringstream out;
+  out << nul;
+  EXPECT_EQ("", out.str());
+
+  EXPECT_EQ("\xE9", bytes(DString(static_cast<unsigned char>(0xE9))));
+  EXPECT_EQ("x", bytes(DString(static_cast<signed char>('x'))));
+  unsigned char const utext[] = {0xC3, 0xA9, 0};
+  EXPECT_EQ("\xC3\xA9", bytes(DString(utext)));
+  signed char const stext[] = {'a', 'b', 0};
+  EXPECT_EQ("ab", bytes(DString(stext)));
+  // A text is copied up to its first NUL only.
+  EXPECT_EQ("ab", bytes(DString("ab\0cd")));
+}
+
+TEST(DStringConstruct, RawPiecesAndPad) {
+  EXPECT_EQ("***", bytes(DString(static_cast<void const*>(nullptr), 3, '*')));
+  EXPECT_EQ("ab--", bytes(DString("ab", 2, nullptr, 2, '-')));
+  EXPECT_EQ("a..bc", bytes(DString("a", 1, nullptr, 2, "bc", 2, '.')));
+  EXPECT_EQ(std::string("a\0b", 3), bytes(DString("a\0b", 3)));
+  EXPECT_EQ("", bytes(DString("abc", 0)));
+  std::string const view("x\0y", 3);
+  EXPECT_EQ(view, bytes(DString(std::string_view(view))));
+}
+
+TEST(DStringShare, CopyAssignAndSelfAssign) {
+  DString a("shared text");
+  EXPECT_EQ(1u, a.buffer()->useCount());
+  {
+    DString b(a);
+    EXPECT_EQ(a.buffer(), b.buffer());
+    EXPECT_EQ(2u, a.buffer()->useCount());
+    DString c("other");
+    DBuffer* old = c.buffer();
+    old->addRef(); // keep it observable after c lets go
+    c = a;
+    EXPECT_EQ(1u, old->useCount());
+    old->removeRef();
+    EXPECT_EQ(3u, a.buffer()->useCount());
+  }
+  EXPECT_EQ(1u, a.buffer()->useCount());
+  DString& self = a;
+  a = self;
+  EXPECT_EQ(1u, a.buffer()->useCount());
+  EXPECT_EQ("shared text", bytes(a));
+}
+
+TEST(DStringShare, AdoptKeepsTheCount) {
+  DBuffer* made = DBuffer::defaultBuffer()->newBuffer("xyz", 3, nullptr, 0,
+                                                     nullptr, 0, ' ');
+  ASSERT_NE(nullptr, made);
+  EXPECT_EQ(1u, made->useCount());
+  DString adopted(made);
+  EXPECT_EQ(made, adopted.buffer());
+  EXPECT_EQ(1u, made->useCount());
+  EXPECT_EQ("xyz", bytes(adopted));
+}
+
+TEST(DStringShare, PrepareToChangeCopiesOnlyShared) {
+  DString a("abc");
+  DBuffer* first = a.buffer();
+  a.prepareToChange();
+  EXPECT_EQ(first, a.buffer()); // unshared: nothing to do
+  DString b(a);
+  b.prepareToChange();
+  EXPECT_NE(first, b.buffer());
+  EXPECT_EQ(1u, b.buffer()->useCount());
+  EXPECT_EQ(1u, a.buffer()->useCount());
+  EXPECT_EQ("abc", bytes(b));
+  EXPECT_EQ('\0', static_cast<char const*>(b)[3]);
+}
+
+TEST(DStringShare, ThreadsCopyingOneBufferKeepExactCounts) {
+  DString const source("a buffer shared by every thread");
+  DBuffer* shared = source.buffer();
+  constexpr int threads = 4;
+  constexpr int rounds = 250000;
+  std::vector<std::thread> workers;
+  for (int t = 0; t < threads; ++t)
+    workers.emplace_back([&source] {
+      DString keep;
+      for (int i = 0; i < rounds; ++i) {
+        DString copy(source);
+        keep = copy;
+        DString other(keep);
+      }
+    });
+  for (auto& w : workers)
+    w.join();
+  EXPECT_EQ(1u, shared->useCount());
+  EXPECT_EQ(0, DBuffer::refGuard);
+}
+
+//===--- Length overflow --------------------------------------------------===//
+
+TEST(DBufferOverflow, NewBufferChecksBeforeAllocating) {
+  DBuffer* base = DBuffer::defaultBuffer();
+  struct Case {
+    unsigned int l1, l2, l3;
+  };
+  Case const failing[] = {{0xFFFFFFFFu, 0, 0},
+                          {0, 0xFFFFFFFFu, 0},
+                          {1, 0xFFFFFFFDu, 1},
+                          {0x80000000u, 0x7FFFFFFFu, 0},
+                          {0x7FFFFFFFu, 0x7FFFFFFFu, 1}};
+  dtest::RecordingTrace trace;
+  for (auto const& c : failing) {
+    SCOPED_TRACE(c.l1);
+    EXPECT_DEXCEPTION(
+        base->newBuffer(nullptr, c.l1, nullptr, c.l2, nullptr, c.l3, ' '),
+        DInvalidRequest, 1010, true, "dbuffer0", 561);
+  }
+  // Passing the sum check still meets allocate()'s narrower bound.
+  EXPECT_DEXCEPTION(
+      base->newBuffer(nullptr, 0xFFFFFFFEu, nullptr, 0, nullptr, 0, ' '),
+      DInvalidRequest, 1010, true, "dbuffer0", 561);
+  EXPECT_DEXCEPTION(base->allocate(4294967271u), DInvalidRequest, 1010, true,
+                    "dbuffer0", 561);
+}
+
+TEST(DBufferOverflow, ReportLinesAndReceiverUnchanged) {
+  DString s("keep me");
+  DBuffer* before = s.buffer();
+  dtest::RecordingTrace trace;
+  try {
+    s = DString(nullptr, 0xFFFFFFFFu, ' ');
+    FAIL() << "no exception";
+  } catch (DInvalidRequest const& e) {
+    EXPECT_EQ(1ul, e.textCount());
+    EXPECT_STREQ(DBase::messageText(1010).text(), e.text(0));
+  }
+  EXPECT_EQ(before, s.buffer());
+  EXPECT_EQ("keep me", bytes(s));
+  ASSERT_EQ(5u, trace.lines.size());
+  EXPECT_EQ("DInvalidRequest exception thrown.\n   function: Unknown\n"
+            "   file: dbuffer0\n   line: 561",
+            trace.lines[0]);
+  EXPECT_EQ("   Error Id is 1010", trace.lines[1]);
+  EXPECT_EQ("   Error Code group is Zorvane Class Library", trace.lines[2]);
+  EXPECT_EQ("   Exception text is:", trace.lines[3]);
+  EXPECT_EQ(std::string("      ") + DBase::messageText(1010).text(),
+            trace.lines[4]);
+  EXPECT_EQ(1, trace.logged);
+}
+
+// allocate(4294967270) passes the length check; proving it without 4 GiB
+// of memory: in a child with a small address space the allocation itself
+// fails instead (the library's new-handler raises DOutOfMemory).
+TEST(DBufferOverflow, LargestLengthPassesTheCheck) {
+  pid_t child = fork();
+  ASSERT_NE(-1, child);
+  if (child == 0) {
+    struct rlimit limit = {512u << 20, 512u << 20};
+    setrlimit(RLIMIT_AS, &limit);
+    int code = 3;
+    try {
+      DBuffer::defaultBuffer()->allocate(4294967270u);
+      code = 0;
+    } catch (DInvalidRequest const&) {
+      code = 1;
+    } catch (DOutOfMemory const&) {
+      code = 2;
+    } catch (std::bad_alloc const&) {
+      code = 2;
+    }
+    _exit(code);
+  }
+  int status = 0;
+  ASSERT_EQ(child, waitpid(child, &status, 0));
+  ASSERT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(2, WEXITSTATUS(status));
+}
+
+//===--- Debug descriptions -----------------------------------------------===//
+
+TEST(DStringDebug, BufferShowsShortTextsWholeAndLongOnesCut) {
+  DString const text23("abcdefghijklmnopqrstuvw");
+  DString const text24("abcdefghijklmnopqrstuvwx");
+  auto expect = [](DString const& s, char const* data) {
+    return "DBuffer(@" +
+           std::to_string(reinterpret_cast<unsigned long>(s.buffer())) +
+           ",refs=1,len=" + std::to_string(s.length()) + ",data=[" + data +
+           "])";
+  };
+  EXPECT_EQ(expect(text23, "abcdefghijklmnopqrstuvw"),
+            bytes(text23.buffer()->asDebugInfo()));
+  EXPECT_EQ(expect(text24, "abcdefghij...opqrstuvwx"),
+            bytes(text24.buffer()->asDebugInfo()));
+  std::string const handle =
+      "DString(@" + std::to_string(reinterpret_cast<unsigned long>(&text23)) +
+      ",pBuffer->" + bytes(text23.buffer()->asDebugInfo()) + ")";
+  EXPECT_EQ(handle, bytes(text23.asDebugInfo()));
+}
+
+//===--- Comparison and conversions ---------------------------------------===//
+
+TEST(DStringCompare, OperatorsFollowByteOrder) {
+  struct Case {
+    char const* a;
+    char const* b;
+    int order; // -1, 0, 1
+  };
+  Case const cases[] = {{"abc", "abd", -1}, {"abd", "abc", 1},
+                        {"ab", "abc", -1},  {"abc", "ab", 1},
+                        {"", "", 0},        {"", "x", -1},
+                        {"x", "", 1},       {"\xE9", "e", 1},
+                        {"same", "same", 0}};
+  dtest::I18NState bytesMode(0);
+  for (auto const& c : cases) {
+    SCOPED_TRACE(std::string(c.a) + " vs " + c.b);
+    DString const a(c.a), b(c.b);
+    EXPECT_EQ(c.order == 0, a == b);
+    EXPECT_EQ(c.order != 0, a != b);
+    EXPECT_EQ(c.order < 0, a < b);
+    EXPECT_EQ(c.order <= 0, a <= b);
+    EXPECT_EQ(c.order > 0, a > b);
+    EXPECT_EQ(c.order >= 0, a >= b);
+    EXPECT_EQ(c.order == 0, a == c.b);
+    EXPECT_EQ(c.order < 0, a < c.b);
+    EXPECT_EQ(c.order == 0, c.a == b);
+    EXPECT_EQ(c.order < 0, c.a < b);
+    EXPECT_EQ(c.order > 0, c.a > b);
+  }
+  EXPECT_TRUE(DString("x") > static_cast<char const*>(nullptr));
+}
+
+TEST(DStringConvert, ViewsStringsAndHash) {
+  std::string const raw("a\0b", 3);
+  DString const s{std::string_view(raw)};
+  EXPECT_EQ(raw, static_cast<std::string>(s));
+  EXPECT_EQ(std::string_view(raw), static_cast<std::string_view>(s));
+  EXPECT_EQ(std::hash<std::string_view>()(raw), std::hash<DString>()(s));
+  EXPECT_EQ(3u, s.size());
+}
+
+//===--- KOVRA_I18N -------------------------------------------------------===//
+
+// Runs in a child process started by the test below with KOVRA_I18N set.
+TEST(DStringI18NChild, ReportsState) {
+  char const* want = std::getenv("ZYN_EXPECT_I18N");
+  if (want == nullptr)
+    GTEST_SKIP() << "run by DStringI18N.EnvironmentValues";
+  EXPECT_EQ(std::atoi(want), DString::fgI18NState);
+}
+
+TEST(DStringI18N, EnvironmentValues) {
+  struct Case {
+    char const* value; // null: unset
+    int want;
+  };
+  Case const cases[] = {{"ON", 1},  {"on", 1},   {"oN", 1},  {"On", 1},
+                        {"ONE", 0}, {"", 0},     {"1", 0},   {"on ", 0},
+                        {"of", 0},  {nullptr, 0}};
+  for (auto const& c : cases) {
+    SCOPED_TRACE(c.value ? c.value : "(unset)");
+    pid_t child = fork();
+    ASSERT_NE(-1, child);
+    if (child == 0) {
+      if (c.value)
+        setenv("KOVRA_I18N", c.value, 1);
+      else
+        unsetenv("KOVRA_I18N");
+      setenv("ZYN_EXPECT_I18N", c.want ? "1" : "0", 1);
+      execl("/proc/self/exe", "zyn_tests", "--gtest_filter=DStringI18NChild.*",
+            static_cast<char*>(nullptr));
+      _exit(127);
+    }
+    int status = 0;
+    ASSERT_EQ(child, waitpid(child, &status, 0));
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(0, WEXITSTATUS(status));
+  }
+}
