@@ -579,6 +579,22 @@ TEST(DStringRadix, DecimalRoundTripsAgreeWithGmp) {
 #endif
 }
 
+TEST(DStringRadix, MultiplesOfTheChunkBaseRoundTrip) {
+  // Numbers divisible by 10^19 and 10^38 end in all-zero 19-digit chunks:
+  // the rare remainders at the divisor's exact value hide there.
+  std::mt19937 random(31337);
+  for (int flag : {0, 1}) {
+    dtest::I18NState state(flag);
+    for (std::size_t n = 1; n <= 120; ++n) {
+      for (std::size_t zeros : {19, 38, 57}) {
+        std::string const in = digits(random, n, true) + std::string(zeros, '0');
+        DString s(in.c_str());
+        EXPECT_EQ(in, bytes(s.d2c().c2d())) << "flag " << flag;
+      }
+    }
+  }
+}
+
 //===--- Multibyte locales ------------------------------------------------===//
 
 TEST(MbStringRadix, ConversionsAreByteWise) {
