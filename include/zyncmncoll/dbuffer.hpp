@@ -14,7 +14,7 @@ class DStringTest;
 /// Strip modes: 0 leading, 1 trailing, any other value both ends.
 class D_EXPORT DStringEnum {
 public:
-  enum StripMode { leading = 0, trailing = 1, both = 2 };
+  enum StripMode : int { leading = 0, trailing = 1, both = 2 };
 };
 
 /// A character predicate: wraps an int(int) function such as isalpha.

@@ -14,7 +14,7 @@ class D_EXPORT DBaseErrorInfo : public DVBase {
 public:
   /// The exception class to throw (a 32-bit enumeration); other values make
   /// the helpers return without throwing.
-  enum ExceptionType {
+  enum ExceptionType : int {
     accessError = 0,
     deviceError,
     invalidParameter,

@@ -57,7 +57,7 @@ private:
 class D_EXPORT DException {
 public:
   /// Severity of an exception (a 32-bit enumeration).
-  enum Severity { unrecoverable = 0, recoverable = 1 };
+  enum Severity : int { unrecoverable = 0, recoverable = 1 };
 
 #if defined(__GNUC__)
 #pragma GCC diagnostic push

@@ -25,9 +25,9 @@ struct StringAccess;
 class D_EXPORT DString : public DBase {
 public:
   /// Operation of applyBitOp (a 32-bit enumeration).
-  enum BitOperator { bitAnd = 0, bitOr = 1, bitXor = 2 };
+  enum BitOperator : int { bitAnd = 0, bitOr = 1, bitXor = 2 };
   /// Answer kind of findPhrase: character position or word number.
-  enum IndexType { charIndex = 0, wordIndex = 1 };
+  enum IndexType : int { charIndex = 0, wordIndex = 1 };
 
   /// @name Construction
   /// @{

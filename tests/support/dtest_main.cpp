@@ -1,6 +1,7 @@
 // Test entry point: sets the process locale named by ZYN_TEST_LOCALE before
 // any string exists (the buffer class is fixed by the first string), and
-// points the library at the build tree's message catalogue.
+// points the library at the build tree's message catalogue, and runs in
+// UTC.
 #include <gtest/gtest.h>
 
 #include <clocale>
@@ -12,6 +13,10 @@ int main(int argc, char** argv) {
   if (name != nullptr && std::setlocale(LC_ALL, name) == nullptr)
     std::fprintf(stderr, "locale %s is not available; its tests skip\n", name);
   setenv("KOVRA MSGFILE", ZYN_TEST_CATALOG, 0);
+  // Date and time formats normalise through mktime in the local zone: run
+  // in UTC so results never depend on the machine's zone (tests that need
+  // another zone set TZ themselves).
+  setenv("TZ", "UTC0", 1);
   testing::InitGoogleTest(&argc, argv);
   return RUN_ALL_TESTS();
 }

@@ -6,6 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <langinfo.h>
+
+#include <cctype>
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
@@ -44,11 +47,17 @@ inline std::string bytes(DString const& s) {
   return std::string(static_cast<char const*>(s), s.length());
 }
 
-/// True when the process runs in a locale whose codeset name contains
-/// \p codeset (e.g. "UTF-8", "EUC-JP", "GB18030").
+/// True when the process's character set is \p codeset ("UTF-8", "EUC-JP",
+/// "GB18030"), compared without case and dashes against nl_langinfo.
 inline bool localeIs(char const* codeset) {
-  char const* name = std::setlocale(LC_CTYPE, nullptr);
-  return name != nullptr && std::strstr(name, codeset) != nullptr;
+  auto fold = [](char const* text) {
+    std::string out;
+    for (; *text; ++text)
+      if (*text != '-' && *text != '_')
+        out += static_cast<char>(std::tolower(static_cast<unsigned char>(*text)));
+    return out;
+  };
+  return fold(nl_langinfo(CODESET)) == fold(codeset);
 }
 
 /// Sets DString::fgI18NState for one scope and restores it afterwards.

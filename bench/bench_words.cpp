@@ -1,0 +1,104 @@
+// Word operations on a text of 100,000 words (about 1 MiB), against a
+// plain std::string_view split loop over the same six white-space bytes.
+#include "dstring.hpp"
+
+#include <benchmark/benchmark.h>
+#include <string>
+#include <string_view>
+
+namespace {
+
+constexpr std::string_view separators{"\t\n\v\f\r ", 6};
+
+std::string const& wordText() {
+  static std::string const text = [] {
+    std::string t;
+    t.reserve(1u << 20);
+    char const seps[] = {' ', '\t', ' ', '\n', ' ', '\r', ' '};
+    for (unsigned i = 0; i < 100000; ++i) {
+      if (i != 0)
+        t += seps[i % 7];
+      t += "w" + std::to_string(i) + std::string(i % 7, 'x');
+    }
+    return t;
+  }();
+  return text;
+}
+
+template <class Visit>
+void splitView(std::string_view text, Visit visit) {
+  std::size_t i = text.find_first_not_of(separators);
+  while (i != std::string_view::npos) {
+    std::size_t const e = text.find_first_of(separators, i);
+    std::size_t const n = (e == std::string_view::npos ? text.size() : e) - i;
+    visit(text.substr(i, n));
+    if (e == std::string_view::npos)
+      break;
+    i = text.find_first_not_of(separators, e);
+  }
+}
+
+void numWordsDString(benchmark::State& state) {
+  DString const s{std::string_view(wordText())};
+  for (auto _ : state)
+    benchmark::DoNotOptimize(s.numWords());
+  state.SetBytesProcessed(state.iterations() * s.length());
+}
+BENCHMARK(numWordsDString)->Unit(benchmark::kMillisecond);
+
+void numWordsStringView(benchmark::State& state) {
+  std::string_view const text(wordText());
+  for (auto _ : state) {
+    unsigned count = 0;
+    splitView(text, [&count](std::string_view) { ++count; });
+    benchmark::DoNotOptimize(count);
+  }
+  state.SetBytesProcessed(state.iterations() * text.size());
+}
+BENCHMARK(numWordsStringView)->Unit(benchmark::kMillisecond);
+
+void space1DString(benchmark::State& state) {
+  DString const s{std::string_view(wordText())};
+  for (auto _ : state) {
+    DString t(s);
+    t.space(1, ' ');
+    benchmark::DoNotOptimize(t.length());
+  }
+  state.SetBytesProcessed(state.iterations() * s.length());
+}
+BENCHMARK(space1DString)->Unit(benchmark::kMillisecond);
+
+void space1StringView(benchmark::State& state) {
+  std::string_view const text(wordText());
+  for (auto _ : state) {
+    std::string out;
+    splitView(text, [&out](std::string_view w) {
+      if (!out.empty())
+        out += ' ';
+      out += w;
+    });
+    benchmark::DoNotOptimize(out.size());
+  }
+  state.SetBytesProcessed(state.iterations() * text.size());
+}
+BENCHMARK(space1StringView)->Unit(benchmark::kMillisecond);
+
+void findPhraseDString(benchmark::State& state) {
+  DString const s{std::string_view(wordText())};
+  DString const phrase("w99997xx w99998xxx w99999xxxx");
+  for (auto _ : state)
+    benchmark::DoNotOptimize(s.findPhrase(phrase, 1, DString::wordIndex));
+  state.SetBytesProcessed(state.iterations() * s.length());
+}
+BENCHMARK(findPhraseDString)->Unit(benchmark::kMillisecond);
+
+void wordLoopDString(benchmark::State& state) {
+  // word(i) for the first 1,000 words: each scans from the front.
+  DString const s{std::string_view(wordText())};
+  for (auto _ : state)
+    for (unsigned i = 1; i <= 1000; ++i)
+      benchmark::DoNotOptimize(s.lengthOfWord(i));
+}
+BENCHMARK(wordLoopDString)->Unit(benchmark::kMillisecond);
+
+} // namespace

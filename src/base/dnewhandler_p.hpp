@@ -1,0 +1,45 @@
+// Internal: the one guard that suspends the process new-handler while the
+// library allocates exception and message texts. With the handler removed,
+// a failed allocation raises std::bad_alloc (or yields null for the nothrow
+// forms) instead of re-entering DKOVR_Init::newHandler, which would itself
+// build an exception and so allocate again.
+#ifndef D_BASE_DNEWHANDLER_P_HPP
+#define D_BASE_DNEWHANDLER_P_HPP
+
+#include <cstddef>
+#include <cstring>
+#include <new>
+
+namespace dinternal {
+
+/// Removes the new-handler for its scope and puts the saved one back on
+/// every path out of it, exceptions included.
+class NewHandlerSuspension {
+public:
+  NewHandlerSuspension() noexcept : saved(std::set_new_handler(nullptr)) {}
+  ~NewHandlerSuspension() { std::set_new_handler(saved); }
+  NewHandlerSuspension(NewHandlerSuspension const&) = delete;
+  NewHandlerSuspension& operator=(NewHandlerSuspension const&) = delete;
+
+private:
+  std::new_handler saved;
+};
+
+/// A new[] copy of the \p length bytes at \p text plus a NUL, allocated
+/// with the new-handler suspended; raises std::bad_alloc on failure.
+inline char* copyText(char const* text, std::size_t length) {
+  NewHandlerSuspension const suspended;
+  char* copy = new char[length + 1];
+  std::memcpy(copy, text, length);
+  copy[length] = '\0';
+  return copy;
+}
+
+/// A new[] copy of the NUL-terminated \p text (see above).
+inline char* copyText(char const* text) {
+  return copyText(text, std::strlen(text));
+}
+
+} // namespace dinternal
+
+#endif // D_BASE_DNEWHANDLER_P_HPP

@@ -1,0 +1,27 @@
+// Internal: the strftime step shared by DDate and DTime. Formats into a
+// work string of blanks that doubles until the text fits, and normalises
+// the struct tm without consulting the time zone.
+#ifndef D_DATETIME_DFORMAT_P_HPP
+#define D_DATETIME_DFORMAT_P_HPP
+
+#include "dstring.hpp"
+
+#include <ctime>
+
+namespace dinternal {
+
+/// Fills in the weekday and the day of the year of \p t and brings its
+/// fields into range, in UTC: no zone's daylight saving or skipped day can
+/// move the date or the hour.
+void normalizeTm(std::tm& t);
+
+/// strftime of \p format and \p t into a work string of \p length (> 0)
+/// blanks, doubled (appended to itself) while strftime answers 0. A text
+/// that stays empty doubles the string until its length passes 32 bits and
+/// DBuffer::overflow() raises 1010. The result is a new string of the text
+/// up to its NUL.
+DString formatTime(char const* format, unsigned int length, std::tm const& t);
+
+} // namespace dinternal
+
+#endif // D_DATETIME_DFORMAT_P_HPP

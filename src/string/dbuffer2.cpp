@@ -1,0 +1,193 @@
+// DBuffer comparison (bytes, or the locale's collation in internationalised
+// mode) and the whole-text character-class tests.
+#include "dbuffer.hpp"
+
+#include "base/dthrow_p.hpp"
+#include "dexcept.hpp"
+#include "dstring.hpp"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <ctype.h>
+#include <new>
+
+static char const thisFile[] = "dbuffer2";
+static unsigned long const collationErrorLine = 247;
+
+//===--- Comparison -------------------------------------------------------===//
+
+namespace {
+
+/// Comparison codes of compare().
+enum : unsigned int { orderEqual = 0, orderAfter = 1, orderBefore = 2 };
+
+/// One side of a collation: the first n bytes of a text, readable as
+/// NUL-terminated segments. A copy is made only when the stretch is not
+/// already terminated within reach (its n-th byte is a NUL, or the
+/// buffer's own terminator follows it).
+class CollationSide {
+public:
+  CollationSide(char const* text, unsigned int n, bool terminatedAtN)
+      : bytes(text) {
+    if (text[n - 1] != '\0' && !terminatedAtN) {
+      copy = new (std::nothrow) char[n + 1];
+      if (copy != nullptr) {
+        std::memcpy(copy, text, n);
+        copy[n] = '\0';
+      }
+      bytes = copy;
+    }
+  }
+  ~CollationSide() { delete[] copy; }
+  CollationSide(CollationSide const&) = delete;
+  CollationSide& operator=(CollationSide const&) = delete;
+
+  /// Null when a needed copy could not be allocated.
+  char const* text() const { return bytes; }
+
+private:
+  char const* bytes;
+  char* copy = nullptr;
+};
+
+/// Number of NUL bytes from \p i on, not looking at or past \p n.
+unsigned int nulRun(char const* text, unsigned int i, unsigned int n) {
+  unsigned int run = 0;
+  while (i + run < n && text[i + run] == '\0')
+    ++run;
+  return run;
+}
+
+/// The collation walk over the first \p n bytes of both sides; orderEqual
+/// when they compare equal (the lengths then decide).
+unsigned int collate(char const* a, char const* b, unsigned int n) {
+  unsigned int i = 0; // receiver offset
+  unsigned int j = 0; // other offset
+  bool segmentMatched = false;
+  while (i < n) {
+    unsigned int const runA = nulRun(a, i, n);
+    unsigned int const runB = j < n ? nulRun(b, j, n) : 0;
+    if (runA < runB)
+      return orderAfter;
+    if (runA > runB)
+      // After an equal segment the pending result is that equality, so
+      // the lengths decide; kept as the library always behaved.
+      return segmentMatched ? orderEqual : orderBefore;
+    i += runA;
+    j += runB;
+    if (i >= n)
+      return orderEqual;
+    char const* segmentB = j < n ? b + j : "";
+    errno = 0;
+    int const r = std::strcoll(a + i, segmentB);
+    if (r != 0)
+      return r < 0 ? orderBefore : orderAfter;
+    segmentMatched = true;
+    i += static_cast<unsigned int>(std::strlen(a + i)) + 1;
+    if (j < n)
+      j += static_cast<unsigned int>(std::strlen(segmentB)) + 1;
+  }
+  return orderEqual;
+}
+
+} // namespace
+
+unsigned int DBuffer::compare(void const* other,
+                              unsigned int otherLength) const {
+  if (other == nullptr)
+    return orderAfter;
+  char const* const mine = contents();
+  char const* const theirs = static_cast<char const*>(other);
+  if (theirs == mine && otherLength == length())
+    return orderEqual;
+  if (length() == 0)
+    return otherLength == 0 ? orderEqual : orderBefore;
+  if (otherLength == 0)
+    return orderAfter;
+
+  unsigned int const n = length() < otherLength ? length() : otherLength;
+  if (DString::fgI18NState != 1) {
+    int const r = std::memcmp(mine, theirs, n);
+    if (r != 0)
+      return r < 0 ? orderBefore : orderAfter;
+  } else {
+    unsigned int order = orderBefore; // when a copy cannot be made
+    // errno is cleared before every strcoll; clearing it here as well
+    // keeps a stale value from an earlier call from being reported when
+    // the walk ends before reaching strcoll.
+    errno = 0;
+    {
+      CollationSide const a(mine, n, n == length());
+      CollationSide const b(theirs, n, false);
+      if (a.text() != nullptr && b.text() != nullptr)
+        order = collate(a.text(), b.text(), n);
+    }
+    int const error = errno;
+    if (error != 0) {
+      char text[48];
+      std::snprintf(text, sizeof text, "strcoll errno = %d\n", error);
+      dinternal::throwText<DInvalidRequest>(
+          text, static_cast<unsigned long>(error), DException::recoverable,
+          thisFile, collationErrorLine);
+    }
+    if (order != orderEqual)
+      return order;
+  }
+  if (length() < otherLength)
+    return orderBefore;
+  return length() > otherLength ? orderAfter : orderEqual;
+}
+
+//===--- Character classes ------------------------------------------------===//
+
+// Every class test: false for the empty text, else true when the virtual
+// predicate search finds no byte that fails the <ctype.h> function.
+static bool everyByte(DBuffer const& b, int (*classify)(int)) {
+  if (b.length() == 0)
+    return false;
+  DStringTest const test(classify);
+  return b.indexOfAnyBut(test, 1) == 0;
+}
+
+bool DBuffer::isAlphanumeric() const { return everyByte(*this, ::isalnum); }
+bool DBuffer::isAlphabetic() const { return everyByte(*this, ::isalpha); }
+bool DBuffer::isControl() const { return everyByte(*this, ::iscntrl); }
+bool DBuffer::isDigits() const { return everyByte(*this, ::isdigit); }
+bool DBuffer::isGraphics() const { return everyByte(*this, ::isgraph); }
+bool DBuffer::isHexDigits() const { return everyByte(*this, ::isxdigit); }
+bool DBuffer::isLowerCase() const { return everyByte(*this, ::islower); }
+bool DBuffer::isPrintable() const { return everyByte(*this, ::isprint); }
+bool DBuffer::isPunctuation() const { return everyByte(*this, ::ispunct); }
+bool DBuffer::isUpperCase() const { return everyByte(*this, ::isupper); }
+bool DBuffer::isWhiteSpace() const { return everyByte(*this, ::isspace); }
+
+bool DBuffer::isASCII() const {
+  unsigned int const n = length();
+  if (n == 0)
+    return false;
+  auto const* p = reinterpret_cast<unsigned char const*>(contents());
+  // OR whole blocks together (the compiler vectorises this) and stop at
+  // the first block with a byte above 127.
+  unsigned int i = 0;
+  while (i < n) {
+    unsigned int const end = n - i > 256 ? i + 256 : n;
+    unsigned char seen = 0;
+    for (; i < end; ++i)
+      seen |= p[i];
+    if (seen & 0x80)
+      return false;
+  }
+  return true;
+}
+
+//===--- Multibyte tests: constants for single-byte text ------------------===//
+
+bool DBuffer::isMBCS() const { return false; }
+bool DBuffer::isDBCS() const { return false; }
+bool DBuffer::isSBCS() const { return true; }
+bool DBuffer::isValidMBCS() const { return true; }
+bool DBuffer::isValidDBCS() const { return true; }
+bool DBuffer::includesMBCS() const { return false; }
+bool DBuffer::includesDBCS() const { return false; }
+bool DBuffer::includesSBCS() const { return true; }

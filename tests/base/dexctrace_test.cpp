@@ -1,0 +1,342 @@
+// Exception tracing: the exact report lines, which trace function receives
+// them, the library's own writers on standard error, and the fallback
+// report when the line buffer cannot be had.
+#include "dexctrace.hpp"
+
+#include "base/dthrow_p.hpp"
+#include "dbase.hpp"
+#include "dtest_child.hpp"
+#include "dtest_support.hpp"
+
+#include <new>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Lines = std::vector<std::string>;
+
+// A program's own exception class with a name of any length.
+class NamedException : public DException {
+public:
+  explicit NamedException(std::string n)
+      : DException(nullptr, 0, DException::recoverable), own(std::move(n)) {}
+  char const* name() const override { return own.c_str(); }
+
+private:
+  std::string own;
+};
+
+#if defined(__GNUC__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
+#endif
+// On its first line installs \p next; records what reaches it.
+class SwitchingTrace : public DException::TraceFn {
+public:
+  explicit SwitchingTrace(DException::TraceFn& n) : next(n) {}
+  void write(char const* line) override {
+    lines.emplace_back(line);
+    if (lines.size() == 1)
+      DException::setTraceFunction(next);
+  }
+  void exceptionLogged() override { ++logged; }
+  Lines lines;
+  int logged = 0;
+
+private:
+  DException::TraceFn& next;
+};
+
+// Records whether the new-handler was removed while each line was written.
+class HandlerProbe : public DException::TraceFn {
+public:
+  void write(char const*) override {
+    handlerRemoved = handlerRemoved && std::get_new_handler() == nullptr;
+    ++writes;
+  }
+  bool handlerRemoved = true;
+  int writes = 0;
+};
+#if defined(__GNUC__)
+#pragma GCC diagnostic pop
+#endif
+
+} // namespace
+
+TEST(DExceptTrace, OneLocationOneTextIsFiveWrites) {
+  dtest::RecordingTrace trace;
+  DInvalidRequest e("boom", 1010, DException::recoverable);
+  e.addLocation(DExceptionLocation("dbuffer0", nullptr, 561));
+  DException& back = e.logExceptionData();
+  EXPECT_EQ(&e, &back);
+  Lines const want = {"DInvalidRequest exception thrown.\n"
+                      "   function: Unknown\n"
+                      "   file: dbuffer0\n"
+                      "   line: 561",
+                      "   Error Id is 1010",
+                      "   Error Code group is Zorvane Class Library",
+                      "   Exception text is:", "      boom"};
+  EXPECT_EQ(want, trace.lines);
+  EXPECT_EQ(1, trace.logged);
+}
+
+TEST(DExceptTrace, NoLocationStartsWithEmptyLine) {
+  dtest::RecordingTrace trace;
+  DException e(nullptr, 0, DException::unrecoverable);
+  e.logExceptionData();
+  Lines const want = {"\nDException exception thrown.\n"
+                      "   Location information is unavailable.",
+                      "   Error Id is unavailable.",
+                      "   Error Code group is Zorvane Class Library",
+                      "   Exception text is unavailable."};
+  EXPECT_EQ(want, trace.lines);
+  EXPECT_EQ(1, trace.logged);
+
+  // Without a group the line has four leading blanks.
+  trace.lines.clear();
+  e.setErrorCodeGroup(nullptr).logExceptionData();
+  ASSERT_EQ(4u, trace.lines.size());
+  EXPECT_EQ("    Error Code group is unavailable.", trace.lines[2]);
+}
+
+TEST(DExceptTrace, TextsOldestFirst) {
+  dtest::RecordingTrace trace;
+  DDeviceError e(nullptr, 5, DException::recoverable);
+  e.setText("first").setText("second").setText("third");
+  e.setErrorCodeGroup(DException::operatingSystem);
+  e.addLocation(DExceptionLocation("f", "fn", 1));
+  e.logExceptionData();
+  Lines const want = {"DDeviceError exception thrown.\n"
+                      "   function: fn\n"
+                      "   file: f\n"
+                      "   line: 1",
+                      "   Error Id is 5",
+                      "   Error Code group is Operating System",
+                      "   Exception text is:",
+                      "      first",
+                      "      second",
+                      "      third"};
+  EXPECT_EQ(want, trace.lines);
+}
+
+TEST(DExceptTrace, ReportsLatestLocation) {
+  dtest::RecordingTrace trace;
+  DException e("x", 1, DException::recoverable);
+  static char const* const files[] = {"a", "b", "c", "d", "e", "sixth"};
+  for (unsigned long i = 0; i < 6; ++i)
+    e.addLocation(DExceptionLocation(files[i], nullptr, 10 + i));
+  e.logExceptionData();
+  ASSERT_FALSE(trace.lines.empty());
+  EXPECT_EQ("DException exception thrown.\n   function: Unknown\n"
+            "   file: sixth\n   line: 15",
+            trace.lines[0]);
+
+  trace.lines.clear();
+  DException two("x", 1, DException::recoverable);
+  two.addLocation(DExceptionLocation("first", nullptr, 1));
+  two.addLocation(DExceptionLocation("second", "g", 2));
+  two.logExceptionData();
+  ASSERT_FALSE(trace.lines.empty());
+  EXPECT_EQ("DException exception thrown.\n   function: g\n"
+            "   file: second\n   line: 2",
+            trace.lines[0]);
+}
+
+// Line numbers are reported as 32-bit signed values; a missing file name
+// reports as empty.
+TEST(DExceptTrace, LineNumberAs32BitSigned) {
+  struct Case {
+    unsigned long line;
+    char const* want;
+  };
+  Case const cases[] = {{0, "0"},
+                        {2147483647ul, "2147483647"},
+                        {2147483648ul, "-2147483648"},
+                        {4294967295ul, "-1"},
+                        {4294967296ul + 561, "561"}};
+  for (auto const& c : cases) {
+    SCOPED_TRACE(c.want);
+    dtest::RecordingTrace trace;
+    DException e("x", 1, DException::recoverable);
+    e.addLocation(DExceptionLocation("f", nullptr, c.line));
+    e.logExceptionData();
+    ASSERT_FALSE(trace.lines.empty());
+    EXPECT_EQ(std::string("DException exception thrown.\n   function: "
+                          "Unknown\n   file: f\n   line: ") +
+                  c.want,
+              trace.lines[0]);
+  }
+  dtest::RecordingTrace trace;
+  DException e("x", 1, DException::recoverable);
+  e.addLocation(DExceptionLocation(nullptr, nullptr, 3));
+  e.logExceptionData();
+  ASSERT_FALSE(trace.lines.empty());
+  EXPECT_EQ("DException exception thrown.\n   function: Unknown\n"
+            "   file: \n   line: 3",
+            trace.lines[0]);
+}
+
+// No line is ever cut, however long its variable part: the group text,
+// texts, file and function names, and a program's own class name.
+TEST(DExceptTrace, LongPartsFitWhole) {
+  std::string const group(1000, 'g');
+  std::string const text(5000, 't');
+  std::string const file(3000, 'f');
+  std::string const function(3000, 'u');
+  {
+    dtest::RecordingTrace trace;
+    DException e(text.c_str(), 2, DException::recoverable);
+    e.setErrorCodeGroup(group.c_str());
+    e.addLocation(DExceptionLocation(file.c_str(), function.c_str(), 4));
+    e.logExceptionData();
+    ASSERT_EQ(5u, trace.lines.size());
+    EXPECT_EQ("DException exception thrown.\n   function: " + function +
+                  "\n   file: " + file + "\n   line: 4",
+              trace.lines[0]);
+    EXPECT_EQ("   Error Code group is " + group, trace.lines[2]);
+    EXPECT_EQ("      " + text, trace.lines[4]);
+  }
+  {
+    dtest::RecordingTrace trace;
+    std::string const longName(700, 'N');
+    NamedException e(longName);
+    e.logExceptionData();
+    ASSERT_EQ(4u, trace.lines.size());
+    EXPECT_EQ("\n" + longName +
+                  " exception thrown.\n   Location information is "
+                  "unavailable.",
+              trace.lines[0]);
+  }
+}
+
+// Each line goes to the trace function current when it is written; the
+// closing exceptionLogged() goes to the one whose logData ran.
+TEST(DExceptTrace, EachLineLooksUpTheCurrentWriter) {
+  dtest::RecordingTrace outer;
+  dtest::RecordingTrace second;
+  SwitchingTrace first(second);
+  DException::setTraceFunction(first);
+  DException e("x", 3, DException::recoverable);
+  e.logExceptionData();
+  ASSERT_EQ(1u, first.lines.size());
+  EXPECT_EQ("\nDException exception thrown.\n"
+            "   Location information is unavailable.",
+            first.lines[0]);
+  Lines const rest = {"   Error Id is 3",
+                      "   Error Code group is Zorvane Class Library",
+                      "   Exception text is:", "      x"};
+  EXPECT_EQ(rest, second.lines);
+  EXPECT_EQ(1, first.logged);
+  EXPECT_EQ(0, second.logged);
+  EXPECT_TRUE(outer.lines.empty());
+}
+
+TEST(DExceptTrace, NewHandlerRemovedWhileReporting) {
+  HandlerProbe probe;
+  DException::TraceFn* const previous = DException::setTraceFunction(probe);
+  std::new_handler const before = std::get_new_handler();
+  DException("x", 1, DException::recoverable).logExceptionData();
+  DException::setTraceFunction(*previous);
+  EXPECT_EQ(5, probe.writes);
+  EXPECT_TRUE(probe.handlerRemoved);
+  EXPECT_EQ(before, std::get_new_handler());
+}
+
+TEST(DExceptTrace, SetTraceFunctionReturnsPrevious) {
+  HandlerProbe a, b;
+  DException::TraceFn* const library = DException::setTraceFunction(a);
+  // With no program writer installed, the current one is the library's.
+  EXPECT_NE(nullptr, dynamic_cast<DKOVR_Init*>(library));
+  EXPECT_EQ(&a, DExceptStaticPtr::traceFunction());
+  EXPECT_EQ(&a, DException::setTraceFunction(b));
+  EXPECT_EQ(&b, DExceptStaticPtr::install(*library));
+  EXPECT_EQ(library, DExceptStaticPtr::traceFunction());
+}
+
+// The library's writers print each line with "%s\n" on standard error:
+// the typical report of a buffer-layer overflow.
+TEST(DExceptTrace, LibraryWriterPrintsReportOnStderr) {
+  std::string const text1010 = DBase::messageText(1010).text();
+  dtest::ChildResult const child = dtest::runInChild([] {
+    try {
+      dinternal::throwMessage<DInvalidRequest>(1010, DException::recoverable,
+                                               "dbuffer0", 561);
+    } catch (DInvalidRequest const&) {
+    }
+    DException::TraceFn base;
+    base.write("base %s line");
+    DExceptTraceFn fallback;
+    fallback.write("default writer");
+    base.exceptionLogged();
+    return 0;
+  });
+  EXPECT_EQ(0, child.exitCode);
+  EXPECT_EQ("DInvalidRequest exception thrown.\n"
+            "   function: Unknown\n"
+            "   file: dbuffer0\n"
+            "   line: 561\n"
+            "   Error Id is 1010\n"
+            "   Error Code group is Zorvane Class Library\n"
+            "   Exception text is:\n"
+            "      " +
+                text1010 +
+                "\n"
+                "base %s line\n"
+                "default writer\n",
+            child.output);
+}
+
+// Without a line buffer the report goes straight to standard error with
+// the second set of texts, and no writer sees any of it.
+TEST(DExceptTrace, FallbackReportWhenBufferMissing) {
+  if (dtest::underSanitizer())
+    GTEST_SKIP() << "address-space limits do not work under the sanitizer";
+  std::string const big(8u << 20, 'B');
+  auto const run = [&big](bool full) {
+    return dtest::runInChild([&big, full] {
+      dtest::RecordingTrace trace;
+      if (full) {
+        DInvalidRequest e("small", 33, DException::recoverable);
+        e.setText(big.c_str());
+        e.addLocation(DExceptionLocation("f", "fn", 4294967295ul));
+        if (!dtest::limitAddressSpace(2u << 20))
+          return 2;
+        e.logExceptionData();
+      } else {
+        NamedException e(big);
+        e.setErrorCodeGroup(nullptr);
+        if (!dtest::limitAddressSpace(2u << 20))
+          return 2;
+        e.logExceptionData();
+      }
+      std::fprintf(stderr, "lines %zu logged %d\n", trace.lines.size(),
+                   trace.logged);
+      return 0;
+    });
+  };
+  dtest::ChildResult const full = run(true);
+  EXPECT_EQ(0, full.exitCode);
+  std::string const wantFull = "DInvalidRequest exception thrown.\n"
+                               "   function: fn\n"
+                               "   file: f\n"
+                               "   line: 4294967295.\n"
+                               "   Error ID is 33\n"
+                               " Error Code group is Zorvane Class Library\n"
+                               "   Exception text is:\n"
+                               "      small\n"
+                               "      " +
+                               big + "\nlines 0 logged 0\n";
+  EXPECT_TRUE(wantFull == full.output) << full.output.substr(0, 400);
+
+  dtest::ChildResult const bare = run(false);
+  EXPECT_EQ(0, bare.exitCode);
+  std::string const wantBare = "\n" + big +
+                               " exception thrown.\n"
+                               "   Location information is unavailable.\n"
+                               "   Error ID is unavailable.\n"
+                               "   Error Code group is unavailable.\n"
+                               "   Exception text is unavailable.\n"
+                               "lines 0 logged 0\n";
+  EXPECT_TRUE(wantBare == bare.output) << bare.output.substr(0, 400);
+}

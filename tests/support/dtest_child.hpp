@@ -1,0 +1,190 @@
+// Child-process fixtures: run a piece of a test in a forked child (for
+// out-of-memory runs under a lowered address-space limit, terminate() and
+// reports on standard error), or run this test program afresh with a
+// changed environment (for load-time and first-use state).
+#ifndef D_TESTS_DTEST_CHILD_HPP
+#define D_TESTS_DTEST_CHILD_HPP
+
+#include <cerrno>
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <fcntl.h>
+#include <functional>
+#include <string>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+extern char** environ;
+
+namespace dtest {
+
+/// How a child ended and everything it wrote on standard output and error.
+struct ChildResult {
+  int exitCode = -1; ///< -1 when it did not exit normally.
+  int signal = 0;    ///< The signal that ended it, else 0.
+  std::string output;
+};
+
+/// True when the build runs under AddressSanitizer, whose allocator and
+/// shadow memory do not work under a lowered address-space limit.
+constexpr bool underSanitizer() {
+#if defined(__SANITIZE_ADDRESS__)
+  return true;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+  return true;
+#else
+  return false;
+#endif
+#else
+  return false;
+#endif
+}
+
+// Reads \p fd to its end.
+inline std::string readAll(int fd) {
+  std::string text;
+  char chunk[65536];
+  for (;;) {
+    ssize_t const n = ::read(fd, chunk, sizeof chunk);
+    if (n > 0)
+      text.append(chunk, static_cast<std::size_t>(n));
+    else if (n == 0 || errno != EINTR)
+      break;
+  }
+  return text;
+}
+
+inline ChildResult waitFor(pid_t pid, int readEnd) {
+  ChildResult result;
+  result.output = readAll(readEnd);
+  ::close(readEnd);
+  int status = 0;
+  while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+  }
+  if (WIFEXITED(status))
+    result.exitCode = WEXITSTATUS(status);
+  else if (WIFSIGNALED(status))
+    result.signal = WTERMSIG(status);
+  return result;
+}
+
+/// Runs \p body in a forked child with standard output and error sent to
+/// a pipe; the child exits with what \p body returns (99 if it throws).
+inline ChildResult runInChild(std::function<int()> const& body) {
+  std::fflush(nullptr);
+  int fds[2];
+  if (::pipe(fds) != 0)
+    return ChildResult{};
+  pid_t const pid = ::fork();
+  if (pid == 0) {
+    ::close(fds[0]);
+    ::dup2(fds[1], 1);
+    ::dup2(fds[1], 2);
+    ::close(fds[1]);
+    int code = 99;
+    try {
+      code = body();
+    } catch (std::exception const& e) {
+      std::printf("child: unexpected exception %s\n", e.what());
+    } catch (...) {
+      std::printf("child: unexpected exception\n");
+    }
+    std::fflush(nullptr);
+    ::_exit(code);
+  }
+  ::close(fds[1]);
+  return waitFor(pid, fds[0]);
+}
+
+/// Lowers this process's address-space limit to its present size plus
+/// \p extraBytes, so any larger allocation fails. Only for a child.
+inline bool limitAddressSpace(std::size_t extraBytes) {
+  FILE* statm = std::fopen("/proc/self/statm", "r");
+  if (statm == nullptr)
+    return false;
+  unsigned long pages = 0;
+  int const got = std::fscanf(statm, "%lu", &pages);
+  std::fclose(statm);
+  if (got != 1)
+    return false;
+  rlimit lowered{};
+  if (::getrlimit(RLIMIT_AS, &lowered) != 0)
+    return false;
+  lowered.rlim_cur =
+      pages * static_cast<unsigned long>(::sysconf(_SC_PAGESIZE)) + extraBytes;
+  return ::setrlimit(RLIMIT_AS, &lowered) == 0;
+}
+
+/// Runs this test program again (a fresh process: no library state) with
+/// only the tests matching \p filter, and with \p setVars set and
+/// \p unsetVars removed in its environment.
+inline ChildResult
+runSelf(std::string const& filter,
+        std::vector<std::pair<std::string, std::string>> const& setVars,
+        std::vector<std::string> const& unsetVars = {}) {
+  std::vector<std::string> env;
+  for (char** e = environ; *e != nullptr; ++e) {
+    std::string const entry(*e);
+    std::string const name = entry.substr(0, entry.find('='));
+    bool drop = false;
+    for (auto const& u : unsetVars)
+      drop = drop || name == u;
+    for (auto const& s : setVars)
+      drop = drop || name == s.first;
+    if (!drop)
+      env.push_back(entry);
+  }
+  for (auto const& s : setVars)
+    env.push_back(s.first + "=" + s.second);
+  std::vector<char*> envp;
+  for (auto& entry : env)
+    envp.push_back(&entry[0]);
+  envp.push_back(nullptr);
+  std::string filterArg = "--gtest_filter=" + filter;
+  char exe[] = "/proc/self/exe";
+  char* argv[] = {exe, &filterArg[0], nullptr};
+
+  std::fflush(nullptr);
+  int fds[2];
+  if (::pipe(fds) != 0)
+    return ChildResult{};
+  pid_t const pid = ::fork();
+  if (pid == 0) {
+    ::close(fds[0]);
+    ::dup2(fds[1], 1);
+    ::dup2(fds[1], 2);
+    ::close(fds[1]);
+    ::execve(exe, argv, envp.data());
+    ::_exit(127);
+  }
+  ::close(fds[1]);
+  return waitFor(pid, fds[0]);
+}
+
+/// The lines of \p text that start with \p prefix, prefix removed.
+inline std::vector<std::string> linesWith(std::string const& text,
+                                          std::string const& prefix) {
+  std::vector<std::string> found;
+  std::size_t start = 0;
+  while (start < text.size()) {
+    std::size_t end = text.find('\n', start);
+    if (end == std::string::npos)
+      end = text.size();
+    std::string const line = text.substr(start, end - start);
+    if (line.compare(0, prefix.size(), prefix) == 0)
+      found.push_back(line.substr(prefix.size()));
+    start = end + 1;
+  }
+  return found;
+}
+
+} // namespace dtest
+
+#endif // D_TESTS_DTEST_CHILD_HPP
