@@ -8,8 +8,10 @@
 #include "string/dstrradix_p.hpp"
 
 #include <cctype>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
@@ -610,5 +612,60 @@ TEST(MbStringRadix, ConversionsAreByteWise) {
     EXPECT_EQ(model::c2d(raw), decimal);
     EXPECT_EQ(raw, convert(decimal, &DString::d2c));
     EXPECT_EQ(model::c2b(raw), convert(raw, &DString::c2b));
+  }
+}
+
+//===--- Debug descriptions of the root classes ---------------------------===//
+// DBase and DVBase render their address as the decimal text of the number,
+// then d2c, then c2x: upper-case hexadecimal of the shortest byte string,
+// so an odd count of hexadecimal digits gains a leading 0.
+
+namespace {
+std::string hexOfAddress(void const* p) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%lX", reinterpret_cast<unsigned long>(p));
+  std::string const hex = text;
+  return hex.size() % 2 ? "0" + hex : hex;
+}
+} // namespace
+
+TEST(DBaseDebugInfo, AddressChainOfD2CThenC2X) {
+  struct Case {
+    unsigned long value;
+    char const* want;
+  };
+  Case const cases[] = {{0ul, "00"},
+                        {15ul, "0F"},
+                        {256ul, "0100"},
+                        {0x7FFD12345678ul, "7FFD12345678"},
+                        {0x55A1B2C3D4Eul, "055A1B2C3D4E"},
+                        {~0ul, "FFFFFFFFFFFFFFFF"}};
+  for (int flag : {0, 1}) {
+    dtest::I18NState state(flag);
+    for (auto const& c : cases) {
+      DString s(c.value);
+      EXPECT_EQ(c.want, bytes(s.d2c().c2x())) << c.value << " flag " << flag;
+    }
+  }
+}
+
+TEST(DBaseDebugInfo, StackHeapAndStaticObjects) {
+  static DBase const staticBase;
+  static DVBase const staticVBase;
+  DBase const stackBase;
+  DVBase const stackVBase;
+  std::unique_ptr<DVBase> heapVBase(new DVBase);
+  for (int flag : {0, 1}) {
+    dtest::I18NState state(flag);
+    for (DBase const* b : {&staticBase, &stackBase})
+      EXPECT_EQ("DBase(@" + hexOfAddress(b) + ")", bytes(b->asDebugInfo()));
+    for (DVBase const* v : {&staticVBase, &stackVBase,
+                            static_cast<DVBase const*>(heapVBase.get())}) {
+      EXPECT_EQ("DVBase(@" + hexOfAddress(v) + ")", bytes(v->asDebugInfo()));
+      // The non-virtual DBase form names its own subobject.
+      DBase const* const base = v;
+      EXPECT_EQ("DBase(@" + hexOfAddress(base) + ")",
+                bytes(base->asDebugInfo()));
+    }
   }
 }
