@@ -345,10 +345,13 @@ TEST(DStringRadix, DecimalToBytesMatchesTheModel) {
   for (int flag : {0, 1}) {
     dtest::I18NState state(flag);
     for (std::size_t n : decimalLengths()) {
-      std::vector<std::string> inputs = {digits(random, n, false),
-                                         digits(random, n, true),
-                                         std::string(n, '0'),
-                                         std::string(n, '9')};
+      // The model is quadratic: long inputs get the two telling shapes only.
+      std::vector<std::string> inputs = {digits(random, n, true)};
+      if (n <= 200) {
+        inputs.push_back(digits(random, n, false));
+        inputs.push_back(std::string(n, '0'));
+        inputs.push_back(std::string(n, '9'));
+      }
       if (n > 3)
         inputs.push_back("000" + digits(random, n - 3, true));
       for (auto const& in : inputs) {
@@ -364,12 +367,14 @@ TEST(DStringRadix, BytesToDecimalMatchesTheModel) {
   for (int flag : {0, 1}) {
     dtest::I18NState state(flag);
     for (std::size_t n : byteLengths()) {
-      std::vector<std::string> inputs = {randomBytes(random, n),
-                                         std::string(n, '\0'),
-                                         std::string(n, '\xFF')};
+      std::vector<std::string> inputs = {randomBytes(random, n)};
+      if (n <= 128) {
+        inputs.push_back(std::string(n, '\0'));
+        inputs.push_back(std::string(n, '\xFF'));
+      }
       if (n > 6)
         inputs.push_back(std::string(6, '\0') + randomBytes(random, n - 6));
-      if (n > 1)
+      if (n > 1 && n <= 128)
         inputs.push_back(std::string(n - 1, '\0') + "\x01");
       for (auto const& in : inputs) {
         SCOPED_TRACE("flag " + std::to_string(flag) + " c2d of " +
