@@ -6,7 +6,6 @@
 #include "dstring.hpp"
 
 #include <benchmark/benchmark.h>
-
 #include <cstdint>
 #include <random>
 #include <string>
@@ -58,7 +57,8 @@ private:
 //===--- Decimal ----------------------------------------------------------===//
 
 void radixD2C(benchmark::State& state) {
-  DString const input(decimalText(static_cast<std::size_t>(state.range(0))).c_str());
+  DString const input(
+      decimalText(static_cast<std::size_t>(state.range(0))).c_str());
   FlagScope const flag(state.range(1));
   for (auto _ : state) {
     DString s(input);
@@ -82,7 +82,8 @@ BENCHMARK(radixC2D)->Apply(digitsAndFlagArgs);
 
 #if defined(ZYN_HAVE_GMP)
 void gmpSetStrExport(benchmark::State& state) {
-  std::string const input = decimalText(static_cast<std::size_t>(state.range(0)));
+  std::string const input =
+      decimalText(static_cast<std::size_t>(state.range(0)));
   mpz_t value;
   mpz_init(value);
   std::vector<unsigned char> out(input.size());
@@ -97,7 +98,8 @@ void gmpSetStrExport(benchmark::State& state) {
 BENCHMARK(gmpSetStrExport)->Apply(digitsArgs);
 
 void gmpImportGetStr(benchmark::State& state) {
-  std::string const input = decimalText(static_cast<std::size_t>(state.range(0)));
+  std::string const input =
+      decimalText(static_cast<std::size_t>(state.range(0)));
   mpz_t value;
   mpz_init(value);
   mpz_set_str(value, input.c_str(), 10);

@@ -3,9 +3,9 @@
 // tests in the current locale. Lengths are bytes; positions are 1-based.
 #include "dnlsutil.hpp"
 
-#include <ctype.h>
 #include <cstdint>
 #include <cstring>
+#include <ctype.h>
 
 unsigned int indexThatIsNot(char const* s, unsigned int len, char c) {
   // Eight bytes at a time while they all equal c: long runs of zero bytes

@@ -249,7 +249,8 @@ inline void writeEight(char* out, std::uint32_t value) {
 
 // Writes all 19 digits of chunk (< 10^19), leading zeros included.
 inline void writeChunk(char* out, Limb chunk) {
-  std::uint32_t const top = static_cast<std::uint32_t>(chunk / 10000000000000000ull);
+  std::uint32_t const top =
+      static_cast<std::uint32_t>(chunk / 10000000000000000ull);
   Limb const rest = chunk % 10000000000000000ull;
   out[0] = static_cast<char>('0' + top / 100);
   std::memcpy(out + 1, decimalPairs.pair[top % 100], 2);
@@ -276,8 +277,8 @@ DString& DString::x2c() {
   if (n % 2 != 0)
     *out++ = static_cast<char>(hexValues.value[*in++]);
   for (; out != end; ++out, in += 2)
-    *out = static_cast<char>(hexValues.value[in[0]] * 16 +
-                             hexValues.value[in[1]]);
+    *out =
+        static_cast<char>(hexValues.value[in[0]] * 16 + hexValues.value[in[1]]);
   StringAccess::adopt(*this, result);
   return *this;
 }
@@ -446,8 +447,7 @@ DString& DString::c2d() {
   }
 
   // Checked before anything changes: the widened text must be allocatable.
-  unsigned int const width =
-      dinternal::c2dWidth(n, decimalDigits(head));
+  unsigned int const width = dinternal::c2dWidth(n, decimalDigits(head));
   unsigned int const firstNonZero = indexThatIsNot(pBuffer, n, '\0');
   if (firstNonZero == 0) {
     DBuffer* const result = freshBuffer(*this, width);
@@ -506,9 +506,8 @@ DString& DString::c2d() {
 // step grows. An empty receiver (never passed by d2c) reads as 0 and grows.
 void DString::binaryMath(unsigned char digit) {
   unsigned int const n = length();
-  unsigned int const first =
-      fgI18NState ? indexThatIsNot(pBuffer, n, '\0')
-                  : buffer()->indexOfAnyBut(null, 0, 1);
+  unsigned int const first = fgI18NState ? indexThatIsNot(pBuffer, n, '\0')
+                                         : buffer()->indexOfAnyBut(null, 0, 1);
   unsigned int const newLength =
       (first == 1 || n == 0) ? dinternal::checkedAdd(n, 1) : n;
   DBuffer* const result =
@@ -532,9 +531,8 @@ void DString::binaryMath(unsigned char digit) {
 // for z leading "0" digits. A digit is worth its code minus 48.
 void DString::decimalMath(unsigned char byte) {
   unsigned int const n = length();
-  unsigned int const first =
-      fgI18NState ? indexThatIsNot(pBuffer, n, '0')
-                  : buffer()->indexOfAnyBut(zero, 1, 1);
+  unsigned int const first = fgI18NState ? indexThatIsNot(pBuffer, n, '0')
+                                         : buffer()->indexOfAnyBut(zero, 1, 1);
   unsigned int const zeros = first == 0 ? n : first - 1;
   unsigned int const newLength =
       dinternal::checkedAdd(n, 3 - (zeros < 3 ? zeros : 3));

@@ -2,7 +2,6 @@
 // isAllHexDigits work on bytes (NULs and bytes above 0x7F included) and
 // answer for the empty text without reading it.
 #include "dnlsutil.hpp"
-
 #include "dtest_support.hpp"
 
 #include <string>
@@ -29,7 +28,9 @@ TEST(DByteScan, IndexThatIsNot) {
   };
   for (auto const& c : cases) {
     SCOPED_TRACE(c.text.size());
-    EXPECT_EQ(c.want, indexThatIsNot(c.text.data(), static_cast<unsigned>(c.text.size()), c.c));
+    EXPECT_EQ(c.want,
+              indexThatIsNot(c.text.data(),
+                             static_cast<unsigned>(c.text.size()), c.c));
   }
   // Only len bytes are read: a difference past them does not count.
   EXPECT_EQ(0u, indexThatIsNot("000x", 3, '0'));

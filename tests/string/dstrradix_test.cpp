@@ -91,7 +91,8 @@ std::string d2c(std::string s, int flag, std::size_t maxLongLength = 19) {
   long const head = std::strtol(s.substr(0, headLength).c_str(), nullptr, 10);
   std::string value(8, '\0');
   for (int i = 0; i < 8; ++i)
-    value[7 - i] = static_cast<char>(static_cast<unsigned long>(head) >> (8 * i));
+    value[7 - i] =
+        static_cast<char>(static_cast<unsigned long>(head) >> (8 * i));
   if (n > headLength) {
     std::size_t const r = n - headLength;
     // rightJustify(r / 3 + 8, 0) and the new buffer give the same bytes.
@@ -266,7 +267,10 @@ TEST(DStringRadix, TableOfCases) {
       {"b2c 12", &DString::b2c, "12", model::invalid},
       {"b2c blank", &DString::b2c, "1 ", model::invalid},
       {"b2c high byte", &DString::b2c, "\xFF", std::string(1, '\0')},
-      {"b2c high mix", &DString::b2c, "1\x80\xA0" "1", "\x09"},
+      {"b2c high mix", &DString::b2c,
+       "1\x80\xA0"
+       "1",
+       "\x09"},
       {"c2b", &DString::c2b, "\x41", "01000001"},
       {"c2b two", &DString::c2b, std::string("\x80\0", 2), "1000000000000000"},
       {"d2c 0", &DString::d2c, "0", std::string(1, '\0')},
@@ -280,7 +284,8 @@ TEST(DStringRadix, TableOfCases) {
       {"d2c hex", &DString::d2c, "1a", model::invalid},
       {"d2c 2^64", &DString::d2c, "18446744073709551616",
        std::string("\x01\0\0\0\0\0\0\0\0", 9)},
-      {"d2c 40 digits", &DString::d2c, "1234567890123456789012345678901234567890",
+      {"d2c 40 digits", &DString::d2c,
+       "1234567890123456789012345678901234567890",
        "\x03\xA0\xC9\x20\x75\xC0\xDB\xF3\xB8\xAC\xBC\x5F\x96\xCE\x3F\x0A\xD2"},
       {"c2d 256", &DString::c2d, std::string("\x01\0", 2), "256"},
       {"c2d 2^32", &DString::c2d, std::string("\x01\0\0\0\0", 5), "4294967296"},
@@ -399,7 +404,9 @@ TEST(DStringRadix, HexAndBinaryMatchTheModel) {
         hex[i] = hexDigits[random() % hexDigits.size()];
         // Binary digits with now and then a high byte (a 0 bit).
         unsigned int const pick = random() % 9;
-        binary[i] = pick < 4 ? '0' : pick < 8 ? '1' : static_cast<char>(0x80 + pick);
+        binary[i] = pick < 4   ? '0'
+                    : pick < 8 ? '1'
+                               : static_cast<char>(0x80 + pick);
       }
       EXPECT_EQ(model::x2c(hex, flag), convert(hex, &DString::x2c));
       EXPECT_EQ(model::b2c(binary), convert(binary, &DString::b2c));
@@ -544,8 +551,8 @@ TEST(DStringRadix, LengthLimits) {
                     1010, true, "dbuffer0", 561);
   EXPECT_DEXCEPTION(dinternal::c2dWidth(0x55555555u + 4, 1), DInvalidRequest,
                     1010, true, "dbuffer0", 561);
-  EXPECT_DEXCEPTION(dinternal::c2dWidth(0xFFFFFFFFu, 10), DInvalidRequest,
-                    1010, true, "dbuffer0", 561);
+  EXPECT_DEXCEPTION(dinternal::c2dWidth(0xFFFFFFFFu, 10), DInvalidRequest, 1010,
+                    true, "dbuffer0", 561);
   // Each raise was reported once.
   EXPECT_EQ(8, trace.logged);
 }
@@ -559,8 +566,8 @@ TEST(DStringRadix, DecimalRoundTripsAgreeWithGmp) {
   std::mt19937 random(9001);
   mpz_t value;
   mpz_init(value);
-  std::vector<std::size_t> lengths = {1, 2, 17, 18, 19, 20, 37, 38, 39, 40, 41,
-                                      57, 76, 77, 150, 999, 1000, 2500};
+  std::vector<std::size_t> lengths = {1,  2,  17, 18, 19, 20,  37,  38,   39,
+                                      40, 41, 57, 76, 77, 150, 999, 1000, 2500};
   for (int flag : {0, 1}) {
     dtest::I18NState state(flag);
     for (std::size_t n : lengths) {
@@ -594,7 +601,8 @@ TEST(DStringRadix, MultiplesOfTheChunkBaseRoundTrip) {
     dtest::I18NState state(flag);
     for (std::size_t n = 1; n <= 120; ++n) {
       for (std::size_t zeros : {19, 38, 57}) {
-        std::string const in = digits(random, n, true) + std::string(zeros, '0');
+        std::string const in =
+            digits(random, n, true) + std::string(zeros, '0');
         DString s(in.c_str());
         EXPECT_EQ(in, bytes(s.d2c().c2d())) << "flag " << flag;
       }
