@@ -628,6 +628,40 @@ TEST(MbStringRadix, ConversionsAreByteWise) {
   }
 }
 
+TEST(MbStringRadix, ValidityInTheBufferClass) {
+  // The results keep the class of the receiver's buffer, and with the flag
+  // off the multibyte buffer's own character tests decide validity: a
+  // multibyte character (or a stray byte) is never a digit.
+  DString probe("12");
+  char const* const className = probe.buffer()->className();
+  struct Case {
+    char const* text;
+    DString& (DString::*op)();
+    std::string want;
+  };
+  Case const cases[] = {
+      {"4142", &DString::x2c, "AB"},
+      {"65535", &DString::d2c, "\xFF\xFF"},
+      {"\xA4\xA2", &DString::x2c, ""},
+      {"1\xA4\xA2", &DString::d2c, ""},
+      {"\xEF\xBC\x91", &DString::d2c, ""}, // fullwidth one in UTF-8
+      {"\xFF", &DString::x2c, ""},
+      {"\xFF", &DString::d2c, ""},
+  };
+  for (int flag : {0, 1}) {
+    dtest::I18NState state(flag);
+    for (auto const& c : cases) {
+      SCOPED_TRACE(std::string(c.text) + " flag " + std::to_string(flag));
+      DString s(c.text);
+      (s.*c.op)();
+      EXPECT_EQ(c.want, bytes(s));
+      if (!c.want.empty()) {
+        EXPECT_EQ(className, s.buffer()->className());
+      }
+    }
+  }
+}
+
 //===--- Debug descriptions of the root classes ---------------------------===//
 // DBase and DVBase render their address as the decimal text of the number,
 // then d2c, then c2x: upper-case hexadecimal of the shortest byte string,
