@@ -640,13 +640,10 @@ TEST(MbStringRadix, ValidityInTheBufferClass) {
     std::string want;
   };
   Case const cases[] = {
-      {"4142", &DString::x2c, "AB"},
-      {"65535", &DString::d2c, "\xFF\xFF"},
-      {"\xA4\xA2", &DString::x2c, ""},
-      {"1\xA4\xA2", &DString::d2c, ""},
+      {"4142", &DString::x2c, "AB"},       {"65535", &DString::d2c, "\xFF\xFF"},
+      {"\xA4\xA2", &DString::x2c, ""},     {"1\xA4\xA2", &DString::d2c, ""},
       {"\xEF\xBC\x91", &DString::d2c, ""}, // fullwidth one in UTF-8
-      {"\xFF", &DString::x2c, ""},
-      {"\xFF", &DString::d2c, ""},
+      {"\xFF", &DString::x2c, ""},         {"\xFF", &DString::d2c, ""},
   };
   for (int flag : {0, 1}) {
     dtest::I18NState state(flag);
