@@ -60,6 +60,23 @@ TEST(DByteScan, DigitTests) {
     EXPECT_EQ(c.digits, isAllDigits(c.text.data(), n));
     EXPECT_EQ(c.hex, isAllHexDigits(c.text.data(), n));
   }
+  // Long texts are tested in blocks of 64: a stray byte in any position
+  // of a block, or in the tail behind the blocks, still fails.
+  for (unsigned int n : {63u, 64u, 65u, 128u, 200u}) {
+    std::string const digits(n, '7');
+    EXPECT_TRUE(isAllDigits(digits.data(), n));
+    EXPECT_TRUE(isAllHexDigits(digits.data(), n));
+    for (unsigned int at : {0u, 31u, 63u, 64u, n - 1}) {
+      if (at >= n)
+        continue;
+      std::string bad = digits;
+      bad[at] = 'f';
+      EXPECT_FALSE(isAllDigits(bad.data(), n)) << n << " " << at;
+      EXPECT_TRUE(isAllHexDigits(bad.data(), n)) << n << " " << at;
+      bad[at] = '\x80';
+      EXPECT_FALSE(isAllHexDigits(bad.data(), n)) << n << " " << at;
+    }
+  }
   EXPECT_TRUE(isAllDigits("12x", 2));
   EXPECT_TRUE(isAllHexDigits(nullptr, 0));
 }
