@@ -1,8 +1,9 @@
 // Radix conversions: d2c and c2d of 40, 1,000 and 10,000 digits beside GMP
 // (mpz_set_str + mpz_export, mpz_import + mpz_get_str), and c2x / x2c of
-// 1 MiB beside a plain table-driven loop over a std::string. The second
-// argument of the library's benchmarks is DString::fgI18NState: 0 asks the
-// buffer's isDigits / isHexDigits, 1 the byte scanners.
+// 1 MiB beside a plain table-driven loop over a std::string. The pairs
+// ("<work>/<size>/ours" and ".../peer", registered at the end) run the
+// library with DString::fgI18NState 0, which asks the buffer's isDigits /
+// isHexDigits; the runs named "<work>, fgI18NState 1" use the byte scanners.
 #include "dstring.hpp"
 
 #include <benchmark/benchmark.h>
@@ -34,14 +35,6 @@ std::string randomBytes(std::size_t n) {
   return s;
 }
 
-void digitsArgs(benchmark::internal::Benchmark* b) {
-  b->Arg(40)->Arg(1000)->Arg(10000);
-}
-
-void digitsAndFlagArgs(benchmark::internal::Benchmark* b) {
-  b->ArgsProduct({{40, 1000, 10000}, {0, 1}});
-}
-
 // Sets DString::fgI18NState for one benchmark run.
 class FlagScope {
 public:
@@ -56,34 +49,34 @@ private:
 
 //===--- Decimal ----------------------------------------------------------===//
 
-void radixD2C(benchmark::State& state) {
+void radixD2C(benchmark::State& state, std::int64_t digits,
+              std::int64_t flagValue) {
   DString const input(
-      decimalText(static_cast<std::size_t>(state.range(0))).c_str());
-  FlagScope const flag(state.range(1));
+      decimalText(static_cast<std::size_t>(digits)).c_str());
+  FlagScope const flag(flagValue);
   for (auto _ : state) {
     DString s(input);
     s.d2c();
     benchmark::DoNotOptimize(s.length());
   }
 }
-BENCHMARK(radixD2C)->Apply(digitsAndFlagArgs);
 
-void radixC2D(benchmark::State& state) {
-  DString input(decimalText(static_cast<std::size_t>(state.range(0))).c_str());
+void radixC2D(benchmark::State& state, std::int64_t digits,
+              std::int64_t flagValue) {
+  DString input(decimalText(static_cast<std::size_t>(digits)).c_str());
   input.d2c();
-  FlagScope const flag(state.range(1));
+  FlagScope const flag(flagValue);
   for (auto _ : state) {
     DString s(input);
     s.c2d();
     benchmark::DoNotOptimize(s.length());
   }
 }
-BENCHMARK(radixC2D)->Apply(digitsAndFlagArgs);
 
 #if defined(ZYN_HAVE_GMP)
-void gmpSetStrExport(benchmark::State& state) {
+void gmpSetStrExport(benchmark::State& state, std::int64_t digits) {
   std::string const input =
-      decimalText(static_cast<std::size_t>(state.range(0)));
+      decimalText(static_cast<std::size_t>(digits));
   mpz_t value;
   mpz_init(value);
   std::vector<unsigned char> out(input.size());
@@ -95,11 +88,10 @@ void gmpSetStrExport(benchmark::State& state) {
   }
   mpz_clear(value);
 }
-BENCHMARK(gmpSetStrExport)->Apply(digitsArgs);
 
-void gmpImportGetStr(benchmark::State& state) {
+void gmpImportGetStr(benchmark::State& state, std::int64_t digits) {
   std::string const input =
-      decimalText(static_cast<std::size_t>(state.range(0)));
+      decimalText(static_cast<std::size_t>(digits));
   mpz_t value;
   mpz_init(value);
   mpz_set_str(value, input.c_str(), 10);
@@ -114,17 +106,16 @@ void gmpImportGetStr(benchmark::State& state) {
   }
   mpz_clear(value);
 }
-BENCHMARK(gmpImportGetStr)->Apply(digitsArgs);
 #endif
 
 //===--- Hexadecimal ------------------------------------------------------===//
 
 constexpr std::size_t mebibyte = 1 << 20;
 
-void radixC2X(benchmark::State& state) {
+void radixC2X(benchmark::State& state, std::int64_t flagValue) {
   std::string const raw = randomBytes(mebibyte);
   DString const input{std::string_view(raw)};
-  FlagScope const flag(state.range(0));
+  FlagScope const flag(flagValue);
   for (auto _ : state) {
     DString s(input);
     s.c2x();
@@ -133,13 +124,12 @@ void radixC2X(benchmark::State& state) {
   state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations()) *
                           static_cast<std::int64_t>(mebibyte));
 }
-BENCHMARK(radixC2X)->Arg(0)->Arg(1);
 
-void radixX2C(benchmark::State& state) {
+void radixX2C(benchmark::State& state, std::int64_t flagValue) {
   std::string const raw = randomBytes(mebibyte);
   DString input{std::string_view(raw)};
   input.c2x();
-  FlagScope const flag(state.range(0));
+  FlagScope const flag(flagValue);
   for (auto _ : state) {
     DString s(input);
     s.x2c();
@@ -148,7 +138,6 @@ void radixX2C(benchmark::State& state) {
   state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations()) *
                           static_cast<std::int64_t>(mebibyte));
 }
-BENCHMARK(radixX2C)->Arg(0)->Arg(1);
 
 // The comparison loops: one table lookup per byte into a fresh std::string.
 void tableHexEncode(benchmark::State& state) {
@@ -166,7 +155,6 @@ void tableHexEncode(benchmark::State& state) {
   state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations()) *
                           static_cast<std::int64_t>(mebibyte));
 }
-BENCHMARK(tableHexEncode);
 
 void tableHexDecode(benchmark::State& state) {
   unsigned char value[256] = {};
@@ -190,6 +178,51 @@ void tableHexDecode(benchmark::State& state) {
   state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations()) *
                           static_cast<std::int64_t>(mebibyte));
 }
-BENCHMARK(tableHexDecode);
+
+//===--- Pairs ------------------------------------------------------------===//
+// "<work>/<size>/ours" with DString::fgI18NState 0 against the peer; the
+// library's runs with fgI18NState 1 are named "<work>, fgI18NState 1/..."
+// and have no peer of their own.
+
+int const registered = [] {
+  struct Digits {
+    std::int64_t count;
+    char const* name;
+  };
+  static Digits const digitCounts[] = {
+      {40, "40 digits"}, {1000, "1,000 digits"}, {10000, "10,000 digits"}};
+  auto named = [](char const* work, char const* size, char const* side) {
+    return std::string(work) + "/" + size + "/" + side;
+  };
+  for (Digits const& d : digitCounts) {
+    benchmark::RegisterBenchmark(named("d2c", d.name, "ours").c_str(),
+                                 radixD2C, d.count, 0);
+#if defined(ZYN_HAVE_GMP)
+    benchmark::RegisterBenchmark(named("d2c", d.name, "peer").c_str(),
+                                 gmpSetStrExport, d.count);
+#endif
+    benchmark::RegisterBenchmark(
+        named("d2c, fgI18NState 1", d.name, "ours").c_str(), radixD2C,
+        d.count, 1);
+  }
+  for (Digits const& d : digitCounts) {
+    benchmark::RegisterBenchmark(named("c2d", d.name, "ours").c_str(),
+                                 radixC2D, d.count, 0);
+#if defined(ZYN_HAVE_GMP)
+    benchmark::RegisterBenchmark(named("c2d", d.name, "peer").c_str(),
+                                 gmpImportGetStr, d.count);
+#endif
+    benchmark::RegisterBenchmark(
+        named("c2d, fgI18NState 1", d.name, "ours").c_str(), radixC2D,
+        d.count, 1);
+  }
+  benchmark::RegisterBenchmark("c2x/1 MiB/ours", radixC2X, 0);
+  benchmark::RegisterBenchmark("c2x/1 MiB/peer", tableHexEncode);
+  benchmark::RegisterBenchmark("c2x, fgI18NState 1/1 MiB/ours", radixC2X, 1);
+  benchmark::RegisterBenchmark("x2c/1 MiB/ours", radixX2C, 0);
+  benchmark::RegisterBenchmark("x2c/1 MiB/peer", tableHexDecode);
+  benchmark::RegisterBenchmark("x2c, fgI18NState 1/1 MiB/ours", radixX2C, 1);
+  return 0;
+}();
 
 } // namespace
