@@ -143,59 +143,41 @@ unsigned int DBuffer::compare(void const* other,
 
 //===--- Character classes ------------------------------------------------===//
 
-// From this length on, a buffer that is exactly a DBuffer (so its
-// indexOfAnyBut is DBuffer's own) classifies each of the 256 byte values
-// once, with the same signed arguments the predicate search passes, and
-// scans its text through that table: the same answer without two indirect
-// calls per byte.
-static constexpr unsigned int classTableFrom = 256;
-
-static bool everyByteByTable(DBuffer const& b, int (*classify)(int)) {
-  unsigned char pass[256];
-  for (int c = 0; c < 256; ++c)
-    pass[c] = classify(static_cast<signed char>(c)) != 0 ? 1 : 0;
-  auto const* p = reinterpret_cast<unsigned char const*>(b.contents());
-  unsigned int const n = b.length();
-  unsigned int i = 0;
-  for (; n - i >= 64; i += 64) { // branch-free within a block of 64
-    unsigned char w = 1, x = 1, y = 1, z = 1; // four independent chains
-    for (unsigned int k = 0; k < 64; k += 4) {
-      w &= pass[p[i + k]];
-      x &= pass[p[i + k + 1]];
-      y &= pass[p[i + k + 2]];
-      z &= pass[p[i + k + 3]];
-    }
-    if ((w & x & y & z) == 0)
-      return false;
-  }
-  for (; i < n; ++i)
-    if (pass[p[i]] == 0)
-      return false;
-  return true;
-}
-
 // Every class test: false for the empty text, else true when the virtual
-// predicate search finds no byte that fails the <ctype.h> function.
-static bool everyByte(DBuffer const& b, int (*classify)(int)) {
+// predicate search finds no byte that fails the <ctype.h> function. For a
+// plain DBuffer that search is known, so the bytes are read straight from
+// the locale's classification table, indexed by the signed char exactly as
+// the <ctype.h> functions index it; the answer is the same.
+static bool everyByte(DBuffer const& b, int (*classify)(int),
+                      unsigned short classBit) {
   if (b.length() == 0)
     return false;
-  if (b.length() >= classTableFrom && typeid(b) == typeid(DBuffer))
-    return everyByteByTable(b, classify);
+  if (typeid(b) == typeid(DBuffer)) {
+    unsigned short const* table = *__ctype_b_loc();
+    signed char const* p = reinterpret_cast<signed char const*>(b.contents());
+    unsigned short all = classBit;
+    for (unsigned int i = 0, n = b.length(); i < n; ++i)
+      all &= table[p[i]];
+    return all != 0;
+  }
   DStringTest const test(classify);
   return b.indexOfAnyBut(test, 1) == 0;
 }
 
-bool DBuffer::isAlphanumeric() const { return everyByte(*this, ::isalnum); }
-bool DBuffer::isAlphabetic() const { return everyByte(*this, ::isalpha); }
-bool DBuffer::isControl() const { return everyByte(*this, ::iscntrl); }
-bool DBuffer::isDigits() const { return everyByte(*this, ::isdigit); }
-bool DBuffer::isGraphics() const { return everyByte(*this, ::isgraph); }
-bool DBuffer::isHexDigits() const { return everyByte(*this, ::isxdigit); }
-bool DBuffer::isLowerCase() const { return everyByte(*this, ::islower); }
-bool DBuffer::isPrintable() const { return everyByte(*this, ::isprint); }
-bool DBuffer::isPunctuation() const { return everyByte(*this, ::ispunct); }
-bool DBuffer::isUpperCase() const { return everyByte(*this, ::isupper); }
-bool DBuffer::isWhiteSpace() const { return everyByte(*this, ::isspace); }
+#define D_CLASS_TEST(member, function, bit)                                    \
+  bool DBuffer::member() const { return everyByte(*this, ::function, bit); }
+D_CLASS_TEST(isAlphanumeric, isalnum, _ISalnum)
+D_CLASS_TEST(isAlphabetic, isalpha, _ISalpha)
+D_CLASS_TEST(isControl, iscntrl, _IScntrl)
+D_CLASS_TEST(isDigits, isdigit, _ISdigit)
+D_CLASS_TEST(isGraphics, isgraph, _ISgraph)
+D_CLASS_TEST(isHexDigits, isxdigit, _ISxdigit)
+D_CLASS_TEST(isLowerCase, islower, _ISlower)
+D_CLASS_TEST(isPrintable, isprint, _ISprint)
+D_CLASS_TEST(isPunctuation, ispunct, _ISpunct)
+D_CLASS_TEST(isUpperCase, isupper, _ISupper)
+D_CLASS_TEST(isWhiteSpace, isspace, _ISspace)
+#undef D_CLASS_TEST
 
 // ORs blocks of 64 bytes together as eight 64-bit words and stops at the
 // first block with a byte above 127; the tail goes byte by byte.

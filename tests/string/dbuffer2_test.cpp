@@ -10,6 +10,7 @@
 #include <ctype.h>
 #include <dlfcn.h>
 
+#include <cctype>
 #include <cerrno>
 #include <cstring>
 #include <string>
@@ -205,6 +206,39 @@ TEST(DBufferClasses, WholeTextTests) {
   }
 }
 
+// The class tests must agree with the <ctype.h> functions given each byte
+// as a signed char, for every byte value and for every pair of bytes
+// (a pair passes only when both bytes do).
+TEST(DBufferClasses, AgreeWithCtypeForEveryByte) {
+  using Member = bool (DString::*)() const;
+  struct Class {
+    Member member;
+    int (*function)(int);
+  };
+  Class const classes[] = {
+      {&DString::isAlphanumeric, ::isalnum}, {&DString::isAlphabetic, ::isalpha},
+      {&DString::isControl, ::iscntrl},      {&DString::isDigits, ::isdigit},
+      {&DString::isGraphics, ::isgraph},     {&DString::isHexDigits, ::isxdigit},
+      {&DString::isLowerCase, ::islower},    {&DString::isPrintable, ::isprint},
+      {&DString::isPunctuation, ::ispunct},  {&DString::isUpperCase, ::isupper},
+      {&DString::isWhiteSpace, ::isspace}};
+  auto passes = [](int (*f)(int), int byte) {
+    return f(static_cast<signed char>(byte)) != 0;
+  };
+  for (auto const& c : classes) {
+    for (int a = 0; a < 256; ++a) {
+      std::string one(1, static_cast<char>(a));
+      ASSERT_EQ(passes(c.function, a), (text(one).*c.member)()) << a;
+      for (int b : {int('0'), int('a'), int('Z'), int(' '), int('!'), 0x7F, 0xE9}) {
+        std::string two = one + static_cast<char>(b);
+        ASSERT_EQ(passes(c.function, a) && passes(c.function, b),
+                  (text(two).*c.member)())
+            << a << "," << b;
+      }
+    }
+  }
+}
+
 TEST(DBufferClasses, AsciiScansLongTexts) {
   std::string const plain(1000, 'a');
   EXPECT_TRUE(text(plain).isASCII());
@@ -231,10 +265,10 @@ TEST(DBufferClasses, MultibyteAnswersAreConstants) {
   }
 }
 
-// Long texts of an exact DBuffer are classified through a table of the 256
-// byte values: every class must still answer as the byte-by-byte predicate
-// does, with bytes from 0x80 passed as negative values, wherever the one
-// failing byte sits.
+// Long texts of an exact DBuffer are read straight through the locale's
+// classification table: every class must still answer as the byte-by-byte
+// predicate does, with bytes from 0x80 passed as negative values, wherever
+// the one failing byte sits.
 TEST(DBufferClasses, LongTextsAgreeWithTheBytePredicates) {
   int (*const classes[])(int) = {::isalnum, ::isalpha, ::iscntrl,
                                  ::isdigit, ::isgraph, ::isxdigit,
