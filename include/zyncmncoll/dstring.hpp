@@ -134,6 +134,11 @@ public:
   //@}
 
   /// @name Search (0 = not found)
+  /// Forward searches start at \p start (default 1; 0 reads as 1) and find
+  /// nothing from past the end. Backward searches look at matches that
+  /// begin at or before \p start (default 0xFFFFFFFF: from the end); a
+  /// \p start of 0 finds nothing. Empty patterns are never found; an empty
+  /// set makes the AnyBut forms return the (normalised) start.
   //@{
   /// First position of byte \p c at or after \p start (0 reads as 1).
   unsigned int indexOf(char c, unsigned int start = 1) const;
@@ -307,6 +312,10 @@ public:
   //@}
 
   /// @name Editing (each edits this handle and returns it)
+  /// Pads default to a blank. upperCase, translate and strip edit an
+  /// unshared buffer in place; the others make a new buffer whenever the
+  /// text changes. When the buffer operation raises (1010 overflow), the
+  /// handle keeps its old value.
   //@{
   /// a-z raised; edits an unshared buffer in place.
   DString& upperCase();
@@ -366,7 +375,9 @@ public:
   DString& center(unsigned int width, char pad = ' ');
   /// The text repeated \p times times.
   DString& copy(unsigned int times);
-  /// Up to \p count occurrences of the pattern from \p start replaced.
+  /// Up to \p count (default all) non-overlapping occurrences of the
+  /// pattern from \p start (default 1) replaced; an empty pattern changes
+  /// nothing.
   DString& change(char const* pattern, unsigned int patternLength,
                   char const* replacement, unsigned int replacementLength,
                   unsigned int start = 1, unsigned int count = 0xFFFFFFFFu);

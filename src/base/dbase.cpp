@@ -4,6 +4,7 @@
 
 #include "base/dnewhandler_p.hpp"
 #include "base/dthrow_p.hpp"
+
 #include "dexctrace.hpp"
 #include "dstring.hpp"
 
@@ -30,7 +31,9 @@ static constexpr unsigned long outOfMemoryMessage = 4;
 
 char* DBase::msgFile = nullptr;
 
-DBase::Version DBase::version() { return Version{310, 1}; }
+DBase::Version DBase::version() {
+  return Version{310, 1};
+}
 
 // "<prefix>" + the address as hexadecimal digits + ")": the address as a
 // decimal DString, turned into its shortest big-endian bytes by d2c and
@@ -42,9 +45,13 @@ static DString debugInfo(char const* prefix, void const* address) {
                  static_cast<char const*>(hex), hex.length(), ")", 1);
 }
 
-DString DBase::asString() const { return DString("DBase object"); }
+DString DBase::asString() const {
+  return DString("DBase object");
+}
 
-DString DBase::asDebugInfo() const { return debugInfo("DBase(@", this); }
+DString DBase::asDebugInfo() const {
+  return debugInfo("DBase(@", this);
+}
 
 std::ostream& operator<<(std::ostream& os, DBase const& object) {
   return os << object.asString();
@@ -52,9 +59,13 @@ std::ostream& operator<<(std::ostream& os, DBase const& object) {
 
 DVBase::~DVBase() {}
 
-DString DVBase::asString() const { return DString("DVBase object"); }
+DString DVBase::asString() const {
+  return DString("DVBase object");
+}
 
-DString DVBase::asDebugInfo() const { return debugInfo("DVBase(@", this); }
+DString DVBase::asDebugInfo() const {
+  return debugInfo("DVBase(@", this);
+}
 
 std::ostream& operator<<(std::ostream& os, DVBase const& object) {
   return os << object.asString();
@@ -167,11 +178,10 @@ DMessageText::DMessageText(unsigned long id, char const* catalogueName,
   dinternal::NewHandlerSuspension const suspended;
   if (catalogueName != nullptr) {
     // Only the leading given texts count: s1, none, s3 counts 1.
-    char* values[] = {const_cast<char*>(s1), const_cast<char*>(s2),
-                      const_cast<char*>(s3), const_cast<char*>(s4),
-                      const_cast<char*>(s5), const_cast<char*>(s6),
-                      const_cast<char*>(s7), const_cast<char*>(s8),
-                      const_cast<char*>(s9)};
+    char* values[] = {
+        const_cast<char*>(s1), const_cast<char*>(s2), const_cast<char*>(s3),
+        const_cast<char*>(s4), const_cast<char*>(s5), const_cast<char*>(s6),
+        const_cast<char*>(s7), const_cast<char*>(s8), const_cast<char*>(s9)};
     unsigned long count = 0;
     while (count < 9 && values[count] != nullptr)
       ++count;
@@ -208,11 +218,17 @@ DMessageText& DMessageText::operator=(DMessageText const& other) {
   return *this;
 }
 
-DMessageText::~DMessageText() { delete[] messageCopy; }
+DMessageText::~DMessageText() {
+  delete[] messageCopy;
+}
 
-char const* DMessageText::text() const { return messageCopy; }
+char const* DMessageText::text() const {
+  return messageCopy;
+}
 
-DMessageText::operator char const*() const { return messageCopy; }
+DMessageText::operator char const*() const {
+  return messageCopy;
+}
 
 DMessageText& DMessageText::setDefaultText(char const* text) {
   if (text == nullptr || loaded)
@@ -232,7 +248,9 @@ DKOVR_Init::DKOVR_Init() {
 
 DKOVR_Init::~DKOVR_Init() {}
 
-void DKOVR_Init::write(char const* text) { std::fprintf(stderr, "%s\n", text); }
+void DKOVR_Init::write(char const* text) {
+  std::fprintf(stderr, "%s\n", text);
+}
 
 void DKOVR_Init::newHandler() {
   dinternal::throwMessage<DOutOfMemory>(

@@ -43,7 +43,7 @@ template <class Exception>
 
 // Throws the class chosen by \p type; any other value returns normally.
 static void throwByType(DBaseErrorInfo::ExceptionType type,
-                    ThrowRequest const& request) {
+                        ThrowRequest const& request) {
   switch (type) {
   case DBaseErrorInfo::accessError:
     throwAs<DAccessError>(request);
@@ -61,6 +61,8 @@ static void throwByType(DBaseErrorInfo::ExceptionType type,
     throwAs<DOutOfMemory>(request);
   case DBaseErrorInfo::resourceExhausted:
     throwAs<DResourceExhausted>(request);
+  default:
+    return;
   }
 }
 
@@ -68,8 +70,8 @@ void DBaseErrorInfo::throwError(DExceptionLocation const& location,
                                 ExceptionType type,
                                 DException::Severity severity,
                                 char const* group) const {
-  throwByType(type, ThrowRequest{text(), errorId(), severity, true, group,
-                             location});
+  throwByType(type,
+              ThrowRequest{text(), errorId(), severity, true, group, location});
 }
 
 //===--- Error information ------------------------------------------------===//
@@ -100,15 +102,25 @@ DCLibErrorInfo::DCLibErrorInfo(char const* prefix)
   errorText = prefixed(prefix, available ? cText : noErrorText);
 }
 
-DCLibErrorInfo::~DCLibErrorInfo() { delete[] errorText; }
+DCLibErrorInfo::~DCLibErrorInfo() {
+  delete[] errorText;
+}
 
-DCLibErrorInfo::operator char const*() const { return text(); }
+DCLibErrorInfo::operator char const*() const {
+  return text();
+}
 
-char const* DCLibErrorInfo::text() const { return errorText; }
+char const* DCLibErrorInfo::text() const {
+  return errorText;
+}
 
-unsigned long DCLibErrorInfo::errorId() const { return errorNumber; }
+unsigned long DCLibErrorInfo::errorId() const {
+  return errorNumber;
+}
 
-bool DCLibErrorInfo::isAvailable() const { return available != 0; }
+bool DCLibErrorInfo::isAvailable() const {
+  return available != 0;
+}
 
 void DCLibErrorInfo::throwCLibError(char const* prefix,
                                     DExceptionLocation const& location,
@@ -125,15 +137,25 @@ DSystemErrorInfo::DSystemErrorInfo(unsigned long errorId, char const* prefix)
   errorText = prefixed(prefix, message.text());
 }
 
-DSystemErrorInfo::~DSystemErrorInfo() { delete[] errorText; }
+DSystemErrorInfo::~DSystemErrorInfo() {
+  delete[] errorText;
+}
 
-DSystemErrorInfo::operator char const*() const { return text(); }
+DSystemErrorInfo::operator char const*() const {
+  return text();
+}
 
-char const* DSystemErrorInfo::text() const { return errorText; }
+char const* DSystemErrorInfo::text() const {
+  return errorText;
+}
 
-unsigned long DSystemErrorInfo::errorId() const { return errorNumber; }
+unsigned long DSystemErrorInfo::errorId() const {
+  return errorNumber;
+}
 
-bool DSystemErrorInfo::isAvailable() const { return available != 0; }
+bool DSystemErrorInfo::isAvailable() const {
+  return available != 0;
+}
 
 void DSystemErrorInfo::throwSystemError(unsigned long errorId,
                                         char const* prefix,
@@ -149,15 +171,25 @@ DGUIErrorInfo::DGUIErrorInfo(char const* prefix) : errorText(nullptr) {
   errorText = prefixed(prefix, message.text());
 }
 
-DGUIErrorInfo::~DGUIErrorInfo() { delete[] errorText; }
+DGUIErrorInfo::~DGUIErrorInfo() {
+  delete[] errorText;
+}
 
-DGUIErrorInfo::operator char const*() const { return errorText; }
+DGUIErrorInfo::operator char const*() const {
+  return errorText;
+}
 
-char const* DGUIErrorInfo::text() const { return errorText; }
+char const* DGUIErrorInfo::text() const {
+  return errorText;
+}
 
-unsigned long DGUIErrorInfo::errorId() const { return 0; }
+unsigned long DGUIErrorInfo::errorId() const {
+  return 0;
+}
 
-bool DGUIErrorInfo::isAvailable() const { return false; }
+bool DGUIErrorInfo::isAvailable() const {
+  return false;
+}
 
 void DGUIErrorInfo::throwGUIError(char const* prefix,
                                   DExceptionLocation const& location,
@@ -177,8 +209,8 @@ void DExcept__throwLibraryError(unsigned long id,
                                 DException::Severity severity,
                                 char const* text) {
   DMessageText const message = DBase::messageText(id, text);
-  throwByType(type,
-          ThrowRequest{message.text(), id, severity, false, nullptr, location});
+  throwByType(type, ThrowRequest{message.text(), id, severity, false, nullptr,
+                                 location});
 }
 
 // The third argument is part of the fixed signature and never read.
@@ -188,22 +220,22 @@ void DExcept__throwError(unsigned long id, DExceptionLocation const& location,
                          DException::Severity severity,
                          char const* catalogueName) {
   DMessageText const message(id, catalogueName);
-  throwByType(type,
-          ThrowRequest{message.text(), id, severity, true, group, location});
+  throwByType(
+      type, ThrowRequest{message.text(), id, severity, true, group, location});
 }
 
 void DExcept__assertState(char const* text,
                           DExceptionLocation const& location) {
   DMessageText const message = DBase::messageText(assertionMessage, text);
   throwAs<DInvalidRequest>(ThrowRequest{message.text(), assertionMessage,
-                                      DException::recoverable, true,
-                                      DException::other, location});
+                                        DException::recoverable, true,
+                                        DException::other, location});
 }
 
 void DExcept__assertParameter(char const* text,
                               DExceptionLocation const& location) {
   DMessageText const message = DBase::messageText(assertionMessage, text);
   throwAs<DInvalidParameter>(ThrowRequest{message.text(), assertionMessage,
-                                        DException::recoverable, true,
-                                        DException::other, location});
+                                          DException::recoverable, true,
+                                          DException::other, location});
 }

@@ -3,6 +3,7 @@
 #include "dexcept.hpp"
 
 #include "base/dnewhandler_p.hpp"
+
 #include "dexctrace.hpp"
 
 #include <cstring>
@@ -23,13 +24,17 @@ DExceptionLocation::DExceptionLocation(char const* fileName,
                                        unsigned long lineNumber)
     : fileText(fileName), functionText(functionName), lineValue(lineNumber) {}
 
-char const* DExceptionLocation::fileName() const { return fileText; }
+char const* DExceptionLocation::fileName() const {
+  return fileText;
+}
 
 char const* DExceptionLocation::functionName() const {
   return functionText != nullptr ? functionText : "Unknown";
 }
 
-unsigned long DExceptionLocation::lineNumber() const { return lineValue; }
+unsigned long DExceptionLocation::lineNumber() const {
+  return lineValue;
+}
 
 //===--- DExcText ---------------------------------------------------------===//
 
@@ -101,9 +106,13 @@ DException::DException(DException const& source)
     locations[i] = source.locations[i];
 }
 
-DException::~DException() { delete textList; }
+DException::~DException() {
+  delete textList;
+}
 
-bool DException::isRecoverable() const { return severityValue != 0; }
+bool DException::isRecoverable() const {
+  return severityValue != 0;
+}
 
 DException& DException::addLocation(DExceptionLocation const& location) {
   if (locationTotal == maxLocations)
@@ -112,14 +121,18 @@ DException& DException::addLocation(DExceptionLocation const& location) {
   return *this;
 }
 
-char const* DException::name() const { return "DException"; }
+char const* DException::name() const {
+  return "DException";
+}
 
 DException& DException::logExceptionData() {
   DExceptStaticPtr::traceFunction()->logData(*this);
   return *this;
 }
 
-void DException::terminate() { std::terminate(); }
+void DException::terminate() {
+  std::terminate();
+}
 
 DException& DException::setSeverity(Severity severity) {
   severityValue = severity;
@@ -154,9 +167,13 @@ DException& DException::appendText(char const* text) {
   return *this;
 }
 
-unsigned long DException::errorId() const { return errorIdValue; }
+unsigned long DException::errorId() const {
+  return errorIdValue;
+}
 
-char const* DException::errorCodeGroup() const { return groupText; }
+char const* DException::errorCodeGroup() const {
+  return groupText;
+}
 
 char const* DException::text(unsigned long index) const {
   if (index >= textTotal)
@@ -167,14 +184,18 @@ char const* DException::text(unsigned long index) const {
   return node != nullptr ? node->text() : nullptr;
 }
 
-unsigned long DException::textCount() const { return textTotal; }
+unsigned long DException::textCount() const {
+  return textTotal;
+}
 
 DExceptionLocation const*
 DException::locationAtIndex(unsigned long index) const {
   return index < locationTotal ? &locations[index] : nullptr;
 }
 
-unsigned long DException::locationCount() const { return locationTotal; }
+unsigned long DException::locationCount() const {
+  return locationTotal;
+}
 
 DException::TraceFn* DException::setTraceFunction(TraceFn& fn) {
   return DExceptStaticPtr::install(fn);
@@ -197,9 +218,11 @@ void DException::assertParameter(char const* text,
   Name::Name(char const* text, unsigned long errorId,                          \
              DException::Severity severity)                                    \
       : Base(text, errorId, severity) {}                                       \
-  Name::Name(Name const& source) : Base(source) {}                               \
+  Name::Name(Name const& source) : Base(source) {}                             \
   Name::~Name() {}                                                             \
-  char const* Name::name() const { return #Name; }
+  char const* Name::name() const {                                             \
+    return #Name;                                                              \
+  }
 
 D_DEFINE_EXCEPTION(DResourceExhausted, DException)
 D_DEFINE_EXCEPTION(DOutOfMemory, DResourceExhausted)

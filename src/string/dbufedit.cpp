@@ -10,6 +10,7 @@
 #include <memory>
 #include <string>
 #include <typeinfo>
+#include <vector>
 
 namespace {
 
@@ -36,9 +37,18 @@ inline bool unshared(DBuffer const& b) { return b.useCount() < 2; }
 /// result is the same either way.
 inline bool plainBuffer(DBuffer const& b) { return typeid(b) == typeid(DBuffer); }
 
+// GCC's -O2 cost model declines to vectorise this loop; it pays off from a
+// few dozen bytes on, so ask for the full cost model here.
+#if defined(__GNUC__) && !defined(__clang__)
+#define D_VECTORISE __attribute__((optimize("tree-vectorize", \
+                                            "vect-cost-model=dynamic")))
+#else
+#define D_VECTORISE
+#endif
+
 /// Adds \p delta to every byte in [\p low, \p low + 25] from index \p from
 /// on; branch-free so the loop vectorises.
-void shiftLetters(unsigned char* text, unsigned int from, unsigned int end,
+D_VECTORISE void shiftLetters(unsigned char* text, unsigned int from, unsigned int end,
                   unsigned char low, unsigned char delta) {
   for (unsigned int i = from; i < end; ++i) {
     unsigned char const c = text[i];
@@ -99,25 +109,49 @@ DBuffer* stripWith(DBuffer* b, DStringEnum::StripMode mode, ForwardBut forward,
   return stripTo(b, kept);
 }
 
-/// A node of the match list of change(): 1-based positions in text order.
-/// Deleting the head frees the whole chain (iteratively, so a long list
-/// cannot exhaust the stack).
+/// A node of the match list of change(): a 1-based position and the link
+/// to the next match in text order.
 struct Occurrence {
-  explicit Occurrence(unsigned int p) : position(p) {}
-  ~Occurrence() {
-    Occurrence* rest = next;
-    while (rest != nullptr) {
-      Occurrence* following = rest->next;
-      rest->next = nullptr;
-      delete rest;
-      rest = following;
-    }
-  }
-  Occurrence(Occurrence const&) = delete;
-  Occurrence& operator=(Occurrence const&) = delete;
-
-  Occurrence* next = nullptr;
+  Occurrence* next;
   unsigned int position;
+};
+
+/// The match list of change(). Its nodes come from blocks that double in
+/// size, the first one inside the list itself, so that many matches cost a
+/// handful of allocations rather than one each; the list frees them all.
+class OccurrenceList {
+public:
+  OccurrenceList() = default;
+  OccurrenceList(OccurrenceList const&) = delete;
+  OccurrenceList& operator=(OccurrenceList const&) = delete;
+
+  void append(unsigned int position) {
+    if (used == capacity) {
+      capacity = capacity * 2;
+      blocks.emplace_back(new Occurrence[capacity]);
+      block = blocks.back().get();
+      used = 0;
+    }
+    Occurrence* node = &block[used++];
+    node->next = nullptr;
+    node->position = position;
+    if (last == nullptr)
+      first = node;
+    else
+      last->next = node;
+    last = node;
+  }
+  Occurrence* head() const { return first; }
+
+private:
+  static constexpr unsigned int inlineNodes = 32;
+  Occurrence inlineBlock[inlineNodes];
+  std::vector<std::unique_ptr<Occurrence[]>> blocks;
+  Occurrence* block = inlineBlock;
+  unsigned int used = 0;
+  unsigned int capacity = inlineNodes;
+  Occurrence* first = nullptr;
+  Occurrence* last = nullptr;
 };
 
 } // namespace
@@ -287,24 +321,19 @@ DBuffer* DBuffer::change(char const* pattern, unsigned int patternLength,
   if (count == 0)
     return same(this);
   // Collect up to count non-overlapping matches through the virtual search.
-  std::unique_ptr<Occurrence> head;
-  Occurrence* tail = nullptr;
+  OccurrenceList list;
   unsigned int matches = 0;
   for (unsigned int p = indexOf(pattern, patternLength, start); p != 0;
        p = indexOf(pattern, patternLength, p + patternLength)) {
-    auto* node = new Occurrence(p);
-    if (tail == nullptr)
-      head.reset(node);
-    else
-      tail->next = node;
-    tail = node;
+    list.append(p);
     if (++matches == count)
       break;
   }
   if (matches == 0)
     return same(this);
   unsigned int const n = length();
-  tail->next = new Occurrence(n + 1); // end marker
+  list.append(n + 1); // end marker
+  Occurrence const* const head = list.head();
 
   if (patternLength == replacementLength) {
     // The replacement may lie inside this text, which may be edited in
@@ -317,7 +346,7 @@ DBuffer* DBuffer::change(char const* pattern, unsigned int patternLength,
     }
     // change() edits in place only with exactly one reference.
     DBuffer* target = editTarget(this, useCount() == 1);
-    for (Occurrence* o = head.get(); o->position != n + 1; o = o->next)
+    for (Occurrence const* o = head; o->position != n + 1; o = o->next)
       std::memcpy(target->contents() + (o->position - 1), with,
                   replacementLength);
     return target;
@@ -341,7 +370,7 @@ DBuffer* DBuffer::change(char const* pattern, unsigned int patternLength,
   DBuffer* result = newBuffer(contents(), before, nullptr, newLength - before,
                               nullptr, 0, ' ');
   char* out = result->contents() + before;
-  for (Occurrence* o = head.get(); o->next != nullptr; o = o->next) {
+  for (Occurrence const* o = head; o->next != nullptr; o = o->next) {
     if (replacementLength != 0)
       std::memcpy(out, replacement, replacementLength);
     out += replacementLength;

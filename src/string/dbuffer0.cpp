@@ -4,6 +4,7 @@
 #include "dbuffer.hpp"
 
 #include "base/dthrow_p.hpp"
+#include "ddbcsb.hpp"
 #include "dexcept.hpp"
 #include "dstring.hpp"
 #include "oss/doss.hpp"
@@ -81,7 +82,8 @@ DBuffer* DBuffer::initialize() {
     return construct<DBuffer>(0);
   // The multibyte branch: the default empty buffer is a DDBCSBuffer and a
   // single-byte empty buffer is kept for DBuffer::null().
-  return construct<DBuffer>(0);
+  nullDBuffer = construct<DBuffer>(0);
+  return construct<DDBCSBuffer>(0);
 }
 
 DBuffer* DBuffer::defaultBuffer() {
@@ -101,9 +103,10 @@ DBuffer* DBuffer::allocate(unsigned int length) const {
   // MB_CUR_MAX is read at every call (a locale switch after the first
   // string changes the class of later buffers); the multibyte branch.
   std::size_t const maxCharLength = MB_CUR_MAX;
-  (void)maxCharLength;
   if (0xFFFFFFFFu - length <= 24)
     overflow();
+  if (maxCharLength >= 2)
+    return construct<DDBCSBuffer>(length);
   return construct<DBuffer>(length);
 }
 

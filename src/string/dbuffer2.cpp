@@ -7,6 +7,7 @@
 #include "dstring.hpp"
 
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <ctype.h>
@@ -162,23 +163,29 @@ bool DBuffer::isPunctuation() const { return everyByte(*this, ::ispunct); }
 bool DBuffer::isUpperCase() const { return everyByte(*this, ::isupper); }
 bool DBuffer::isWhiteSpace() const { return everyByte(*this, ::isspace); }
 
-bool DBuffer::isASCII() const {
-  unsigned int const n = length();
-  if (n == 0)
-    return false;
-  auto const* p = reinterpret_cast<unsigned char const*>(contents());
-  // OR whole blocks together (the compiler vectorises this) and stop at
-  // the first block with a byte above 127.
+// ORs blocks of 64 bytes together as eight 64-bit words and stops at the
+// first block with a byte above 127; the tail goes byte by byte.
+static bool allBelow128(unsigned char const* p, unsigned int n) {
+  std::uint64_t const high = 0x8080808080808080u;
   unsigned int i = 0;
-  while (i < n) {
-    unsigned int const end = n - i > 256 ? i + 256 : n;
-    unsigned char seen = 0;
-    for (; i < end; ++i)
-      seen |= p[i];
-    if (seen & 0x80)
+  for (; n - i >= 64; i += 64) {
+    std::uint64_t words[8];
+    std::memcpy(words, p + i, sizeof words);
+    std::uint64_t const seen = (words[0] | words[1] | words[2] | words[3]) |
+                               (words[4] | words[5] | words[6] | words[7]);
+    if (seen & high)
       return false;
   }
-  return true;
+  unsigned char seen = 0;
+  for (; i < n; ++i)
+    seen |= p[i];
+  return (seen & 0x80) == 0;
+}
+
+bool DBuffer::isASCII() const {
+  return length() != 0 &&
+         allBelow128(reinterpret_cast<unsigned char const*>(contents()),
+                     length());
 }
 
 //===--- Multibyte tests: constants for single-byte text ------------------===//

@@ -66,6 +66,9 @@ unsigned int scanBackward(unsigned char const* text, unsigned int last,
   return 0;
 }
 
+/// Candidates lastIndexOf() checks inline after each memrchr hit.
+constexpr unsigned int inlineRun = 32;
+
 /// Converts scanForward's index into a 1-based position or 0.
 inline unsigned int positionOf(unsigned int index, unsigned int end) {
   return index == end ? 0 : index + 1;
@@ -197,19 +200,31 @@ unsigned int DBuffer::lastIndexOf(char const* pattern, unsigned int length,
   if (s == 0 || length == 0)
     return 0;
   char const* text = contents();
-  // Candidates begin at 1-based positions 1..s; memrchr finds the last one
-  // whose first byte matches, memcmp confirms the rest.
-  unsigned int limit = s;
-  while (limit != 0) {
-    void const* hit = memrchr(text, pattern[0], limit);
+  if (length == 1) {
+    void const* hit = memrchr(text, pattern[0], s);
+    return hit == nullptr ? 0
+                          : static_cast<unsigned int>(
+                                static_cast<char const*>(hit) - text) +
+                                1;
+  }
+  // Candidates begin at 1-based positions 1..s. memrchr finds the last one
+  // whose final byte matches; from there a short inline run checks further
+  // candidates before memrchr is asked again, so that a frequent final byte
+  // does not cost one call per position.
+  char const lastByte = pattern[length - 1];
+  char const* const lastBytes = text + (length - 1); // of candidate 1
+  unsigned int p = s;
+  while (p != 0) {
+    void const* hit = memrchr(lastBytes, lastByte, p);
     if (hit == nullptr)
       return 0;
-    unsigned int const index =
-        static_cast<unsigned int>(static_cast<char const*>(hit) - text);
-    if (length == 1 || std::memcmp(text + index + 1, pattern + 1,
-                                   length - 1) == 0)
-      return index + 1;
-    limit = index;
+    p = static_cast<unsigned int>(static_cast<char const*>(hit) - lastBytes) +
+        1;
+    unsigned int const stop = p > inlineRun ? p - inlineRun : 0;
+    for (; p != stop; --p)
+      if (lastBytes[p - 1] == lastByte &&
+          std::memcmp(text + (p - 1), pattern, length - 1) == 0)
+        return p;
   }
   return 0;
 }

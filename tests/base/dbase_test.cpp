@@ -109,7 +109,8 @@ TEST(DBaseFreshProcess, Report) {
   DException::TraceFn plain;
   DException::TraceFn* const first = DException::setTraceFunction(plain);
   std::printf("fresh: writer was %s\n",
-              dynamic_cast<DKOVR_Init*>(first) != nullptr ? "library" : "other");
+              dynamic_cast<DKOVR_Init*>(first) != nullptr ? "library"
+                                                          : "other");
   DException::setTraceFunction(*first);
 }
 
@@ -126,9 +127,9 @@ TEST(DBaseMessageFile, FirstUseInFreshProcess) {
     dtest::ChildResult const child = dtest::runSelf(
         "DBaseFreshProcess.Report", {{"ZYN_FRESH_MSGFILE", c.mode}});
     EXPECT_EQ(0, child.exitCode) << child.output;
-    std::vector<std::string> const want = {
-        std::string("file [") + c.file + "]", "handler library",
-        "writer was library"};
+    std::vector<std::string> const want = {std::string("file [") + c.file + "]",
+                                           "handler library",
+                                           "writer was library"};
     EXPECT_EQ(want, dtest::linesWith(child.output, "fresh: "));
   }
 }
@@ -176,10 +177,10 @@ TEST(DMessageText, MissingTextsAndDefaults) {
     char const* catalogue;
     unsigned long id;
   };
-  Case const cases[] = {{testCatalogue, 999},    // no such message
-                        {testCatalogue, 15},     // only in set 2
+  Case const cases[] = {{testCatalogue, 999},      // no such message
+                        {testCatalogue, 15},       // only in set 2
                         {"/nonexistent/x.cat", 1}, // no catalogue
-                        {nullptr, 1}};           // no lookup at all
+                        {nullptr, 1}};             // no lookup at all
   for (auto const& c : cases) {
     SCOPED_TRACE(c.id);
     DMessageText m(c.id, c.catalogue, "x");
@@ -242,7 +243,9 @@ TEST(DMessageText, ReplaceVarsDirectly) {
                         {"%", 2, "%"},
                         {"x%%", 2, "x%%"},
                         {"%21", 2, "B1"},
-                        {"\xE9%1\xFF", 1, "\xE9" "A\xFF"},
+                        {"\xE9%1\xFF", 1,
+                         "\xE9"
+                         "A\xFF"},
                         {"end\r\n", 0, "end\r\n"}}; // stripping is not here
   for (auto const& c : cases) {
     SCOPED_TRACE(c.text);
@@ -311,5 +314,40 @@ TEST(DKOVR_Init, OutOfMemoryThrowsDOutOfMemory) {
       "trace    Exception text is:",
       "trace       " + text4,
       "logged 1"};
+  EXPECT_EQ(want, dtest::linesWith(child.output, "child: "));
+}
+
+// Message texts are allocated with the new-handler removed: running out of
+// memory while filling one in raises std::bad_alloc, never DOutOfMemory
+// (whose own text would be loaded the same way).
+TEST(DMessageText, AllocationBypassesNewHandler) {
+  if (dtest::underSanitizer())
+    GTEST_SKIP() << "address-space limits do not work under the sanitizer";
+  dtest::ChildResult const child = dtest::runInChild([] {
+    std::string const big(64u << 20, 'x');
+    if (!dtest::limitAddressSpace(8u << 20))
+      return 2;
+    try {
+      DMessageText const m(14, testCatalogue, big.c_str());
+      return 3;
+    } catch (std::bad_alloc const&) {
+      std::printf("child: bad_alloc\n");
+    } catch (DException const& e) {
+      std::printf("child: %s\n", e.name());
+    }
+    try {
+      DBase::setMessageFile(big.c_str());
+      return 4;
+    } catch (std::bad_alloc const&) {
+      std::printf("child: bad_alloc\n");
+    } catch (DException const& e) {
+      std::printf("child: %s\n", e.name());
+    }
+    std::printf("child: file %s\n",
+                DBase::messageFile() == big ? "big" : "kept");
+    return 0;
+  });
+  EXPECT_EQ(0, child.exitCode) << child.output;
+  std::vector<std::string> const want = {"bad_alloc", "bad_alloc", "file kept"};
   EXPECT_EQ(want, dtest::linesWith(child.output, "child: "));
 }

@@ -97,8 +97,8 @@ std::vector<std::string> reportOf(Caught const& c) {
               c.file + "\n   line: " + std::to_string(c.line),
           c.id != 0 ? "   Error Id is " + std::to_string(c.id)
                     : "   Error Id is unavailable.",
-          "   Error Code group is " + c.group, "   Exception text is:",
-          "      " + c.text};
+          "   Error Code group is " + c.group,
+          "   Exception text is:", "      " + c.text};
 }
 
 void checkTypeCase(TypeCase const& tc, Caught const& c) {
@@ -112,11 +112,6 @@ void checkTypeCase(TypeCase const& tc, Caught const& c) {
   EXPECT_EQ(reportOf(c), c.report);
   EXPECT_EQ(1, c.logged);
 }
-
-DBaseErrorInfo::ExceptionType const outOfRange[] = {
-    static_cast<DBaseErrorInfo::ExceptionType>(8),
-    static_cast<DBaseErrorInfo::ExceptionType>(-1),
-    static_cast<DBaseErrorInfo::ExceptionType>(1000)};
 
 } // namespace
 
@@ -166,54 +161,56 @@ TEST(DThrowHelpers, ThrowErrorUsesNamedCatalogue) {
     EXPECT_EQ("Bad %1 at %2", c.text); // no substitutions
   }
   Caught const none = catchFrom([] {
-    DExcept__throwError(5, DExceptionLocation("err", nullptr, 31), nullptr,
-                        "G", DBaseErrorInfo::deviceError,
-                        DException::recoverable, nullptr);
+    DExcept__throwError(5, DExceptionLocation("err", nullptr, 31), nullptr, "G",
+                        DBaseErrorInfo::deviceError, DException::recoverable,
+                        nullptr);
   });
   EXPECT_EQ(missingText, none.text);
   EXPECT_EQ(5ul, none.id);
   Caught const crlf = catchFrom([] {
-    DExcept__throwError(5, DExceptionLocation("err", nullptr, 32), nullptr,
-                        "G", DBaseErrorInfo::deviceError,
-                        DException::recoverable, testCatalogue);
+    DExcept__throwError(5, DExceptionLocation("err", nullptr, 32), nullptr, "G",
+                        DBaseErrorInfo::deviceError, DException::recoverable,
+                        testCatalogue);
   });
   EXPECT_EQ("crlf", crlf.text);
 }
 
-// A type outside the eight selects nothing: every helper returns normally
-// and nothing is reported.
-TEST(DThrowHelpers, TypeOutOfRangeReturns) {
+// Calls every helper with exception type \p type and returns how many
+// threw.
+static int throwsForType(DBaseErrorInfo::ExceptionType type) {
+  DExceptionLocation const loc("none", nullptr, 1);
   DCLibErrorInfo const clib("c");
   DGUIErrorInfo const gui("g");
-  for (auto type : outOfRange) {
-    SCOPED_TRACE(static_cast<int>(type));
-    DExceptionLocation const loc("none", nullptr, 1);
-    auto const check = [](Caught const& c) {
-      EXPECT_FALSE(c.thrown);
-      EXPECT_TRUE(c.report.empty());
-      EXPECT_EQ(0, c.logged);
-    };
-    check(catchFrom([&] {
-      DExcept__throwLibraryError(1, loc, type, DException::recoverable, "t");
-    }));
-    check(catchFrom([&] {
-      DExcept__throwError(1, loc, nullptr, "G", type, DException::recoverable,
-                          testCatalogue);
-    }));
-    check(catchFrom(
-        [&] { clib.throwError(loc, type, DException::recoverable, "G"); }));
-    check(catchFrom(
-        [&] { gui.throwError(loc, type, DException::recoverable, "G"); }));
-    check(catchFrom([&] {
-      DCLibErrorInfo::throwCLibError("p", loc, type, DException::recoverable);
-    }));
-    check(catchFrom([&] {
-      DSystemErrorInfo::throwSystemError(3, "p", loc, type,
-                                         DException::recoverable);
-    }));
-    check(catchFrom([&] {
-      DGUIErrorInfo::throwGUIError("p", loc, type, DException::recoverable);
-    }));
+  DException::Severity const sev = DException::recoverable;
+  int thrown = 0;
+  // clang-format off
+  try { DExcept__throwLibraryError(1, loc, type, sev, "t"); } catch (DException const&) { ++thrown; }
+  try { DExcept__throwError(1, loc, nullptr, "G", type, sev, testCatalogue); } catch (DException const&) { ++thrown; }
+  try { clib.throwError(loc, type, sev, "G"); } catch (DException const&) { ++thrown; }
+  try { gui.throwError(loc, type, sev, "G"); } catch (DException const&) { ++thrown; }
+  try { DCLibErrorInfo::throwCLibError("p", loc, type, sev); } catch (DException const&) { ++thrown; }
+  try { DSystemErrorInfo::throwSystemError(3, "p", loc, type, sev); } catch (DException const&) { ++thrown; }
+  try { DGUIErrorInfo::throwGUIError("p", loc, type, sev); } catch (DException const&) { ++thrown; }
+  // clang-format on
+  return thrown;
+}
+
+// A type outside the eight selects nothing: every helper returns normally
+// and nothing is reported. The last valid type throws from all seven.
+TEST(DThrowHelpers, TypeOutOfRangeReturns) {
+  struct Case {
+    int type;
+    int thrown;
+  };
+  Case const cases[] = {{7, 7}, {8, 0}, {1000, 0}, {-1, 0}};
+  for (auto const& c : cases) {
+    SCOPED_TRACE(c.type);
+    dtest::RecordingTrace trace;
+    EXPECT_EQ(
+        c.thrown,
+        throwsForType(static_cast<DBaseErrorInfo::ExceptionType>(c.type)));
+    EXPECT_EQ(static_cast<std::size_t>(c.thrown) * 5, trace.lines.size());
+    EXPECT_EQ(c.thrown, trace.logged);
   }
 }
 
@@ -276,9 +273,9 @@ TEST(DCLibErrorInfo, CapturesRealErrno) {
 TEST(DCLibErrorInfo, ThrowFollowsTheGroupVariable) {
   auto const throwNow = [] {
     ASSERT_EQ(-1, ::chdir("/nonexistent-dir/zyn-test"));
-    DCLibErrorInfo::throwCLibError("chdir", DExceptionLocation("c", nullptr, 50),
-                                   DBaseErrorInfo::accessError,
-                                   DException::unrecoverable);
+    DCLibErrorInfo::throwCLibError(
+        "chdir", DExceptionLocation("c", nullptr, 50),
+        DBaseErrorInfo::accessError, DException::unrecoverable);
   };
   Caught const c = catchFrom(throwNow);
   ASSERT_TRUE(c.thrown);
@@ -311,10 +308,9 @@ TEST(DSystemErrorInfo, TextIsMessage186) {
   EXPECT_EQ(withPrefix.text(), static_cast<char const*>(withPrefix));
 
   Caught const c = catchFrom([] {
-    DSystemErrorInfo::throwSystemError(13, "p",
-                                       DExceptionLocation("s", nullptr, 60),
-                                       DBaseErrorInfo::outOfSystemResource,
-                                       DBase::unrecoverable);
+    DSystemErrorInfo::throwSystemError(
+        13, "p", DExceptionLocation("s", nullptr, 60),
+        DBaseErrorInfo::outOfSystemResource, DBase::unrecoverable);
   });
   ASSERT_TRUE(c.thrown);
   EXPECT_EQ(typeid(DOutOfSystemResource), *c.type);

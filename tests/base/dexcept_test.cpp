@@ -113,8 +113,7 @@ TEST(DException, SettersChainAndStorePointers) {
 }
 
 TEST(DException, LocationsKeepFirstFourAndLatest) {
-  static char const* const files[] = {"f0", "f1", "f2", "f3",
-                                      "f4", "f5", "f6"};
+  static char const* const files[] = {"f0", "f1", "f2", "f3", "f4", "f5", "f6"};
   DException e("x", 0, DException::recoverable);
   for (unsigned long i = 0; i < 7; ++i) {
     DException& back = e.addLocation(DExceptionLocation(files[i], "fn", i));
@@ -334,8 +333,7 @@ TEST(DException, TextAllocationBypassesNewHandler) {
   });
   EXPECT_EQ(0, child.exitCode) << child.output;
   auto const lines = dtest::linesWith(child.output, "child: ");
-  std::vector<std::string> const want = {"bad_alloc", "bad_alloc",
-                                         "count 1 text kept",
-                                         "handler library"};
+  std::vector<std::string> const want = {
+      "bad_alloc", "bad_alloc", "count 1 text kept", "handler library"};
   EXPECT_EQ(want, lines);
 }

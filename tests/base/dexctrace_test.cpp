@@ -4,6 +4,7 @@
 #include "dexctrace.hpp"
 
 #include "base/dthrow_p.hpp"
+
 #include "dbase.hpp"
 #include "dtest_child.hpp"
 #include "dtest_support.hpp"
@@ -196,6 +197,15 @@ TEST(DExceptTrace, LongPartsFitWhole) {
               trace.lines[0]);
     EXPECT_EQ("   Error Code group is " + group, trace.lines[2]);
     EXPECT_EQ("      " + text, trace.lines[4]);
+  }
+  {
+    // The group alone is the longest part.
+    dtest::RecordingTrace trace;
+    DException e("short", 2, DException::recoverable);
+    e.setErrorCodeGroup(group.c_str());
+    e.logExceptionData();
+    ASSERT_EQ(5u, trace.lines.size());
+    EXPECT_EQ("   Error Code group is " + group, trace.lines[2]);
   }
   {
     dtest::RecordingTrace trace;

@@ -441,3 +441,44 @@ TEST(DBufferEdit, DirectScansMatchTheSearchDrivenPath) {
     }
   }
 }
+
+TEST(DBufferEdit, ChangeAgainstReferenceReplacement) {
+  // Left to right, non-overlapping, at most count matches from start.
+  auto reference = [](std::string t, std::string const& p,
+                      std::string const& r, unsigned int start,
+                      unsigned int count) {
+    if (p.empty())
+      return t;
+    std::size_t at = start == 0 ? 0 : start - 1;
+    for (unsigned int done = 0; done < count && at <= t.size(); ++done) {
+      at = t.find(p, at);
+      if (at == std::string::npos)
+        break;
+      t.replace(at, p.size(), r);
+      at += r.size();
+    }
+    return t;
+  };
+  std::mt19937 rng(11);
+  char const alphabet[] = {'a', 'b', '\0', '\xE9'};
+  auto randomString = [&](unsigned int maxLength) {
+    std::string s(rng() % (maxLength + 1), ' ');
+    for (char& c : s)
+      c = alphabet[rng() % sizeof alphabet];
+    return s;
+  };
+  for (int round = 0; round < 1000; ++round) {
+    std::string const t = randomString(round < 950 ? 30 : 400);
+    std::string const p = randomString(3), r = randomString(3);
+    unsigned int const start = static_cast<unsigned int>(rng() % (t.size() + 2));
+    unsigned int const count = rng() % 3 == 0 ? 0xFFFFFFFFu : rng() % 5;
+    DString s = text(t);
+    DString const got(s.buffer()->change(p.data(),
+                                         static_cast<unsigned int>(p.size()),
+                                         r.data(),
+                                         static_cast<unsigned int>(r.size()),
+                                         start, count));
+    ASSERT_EQ(reference(t, p, r, start, count), bytes(got))
+        << "round " << round;
+  }
+}
