@@ -51,14 +51,14 @@ public:
   static void operator delete(void* storage);
 
   /// @name Description (slot order: do not reorder, insert or remove)
-  //@{
+  /// @{
   /// "<className>(@<address>,refs=<n>,len=<n>,data=[<text>])"; texts of 24
   /// bytes or more show the first 10 bytes, "..." and the last 10.
   DString asDebugInfo() const override;
-  //@}
+  /// @}
 
   /// @name Character model
-  //@{
+  /// @{
   /// 0 for a single-byte character, k >= 1 for the k-th byte of a multibyte
   /// character at 1-based byte \p position. DBuffer: always 0.
   virtual int charType(unsigned int position) const;
@@ -66,28 +66,28 @@ public:
   virtual char* next(char const* p);
   /// Pointer just past the character at \p p. DBuffer: \p p unchanged.
   virtual char const* next(char const* p) const;
-  //@}
+  /// @}
 
   /// @name Comparison
-  //@{
+  /// @{
   /// 0 equal, 1 receiver after, 2 receiver before \p other (\p otherLength
   /// bytes); null \p other gives 1. Collation with DString::fgI18NState 1.
   virtual unsigned int compare(void const* other,
                                unsigned int otherLength) const;
-  //@}
+  /// @}
 
   /// @name Extraction
-  //@{
+  /// @{
   /// New buffer of exactly \p count bytes from \p start (0 reads as 1),
   /// filled up with \p pad.
   virtual DBuffer* subString(unsigned int start, unsigned int count,
                              char pad) const;
   /// New buffer of the rest of the text from \p start (0 reads as 1).
   virtual DBuffer* subString(unsigned int start) const;
-  //@}
+  /// @}
 
   /// @name Character classes (false for the empty text)
-  //@{
+  /// @{
   /// Every character alphanumeric (isalnum).
   virtual bool isAlphanumeric() const;
   /// Every character alphabetic (isalpha).
@@ -112,10 +112,10 @@ public:
   virtual bool isUpperCase() const;
   /// Every character white space (isspace).
   virtual bool isWhiteSpace() const;
-  //@}
+  /// @}
 
   /// @name Multibyte tests (DBuffer: constants, the text is not read)
-  //@{
+  /// @{
   /// Every character multibyte and wide. DBuffer: false.
   virtual bool isMBCS() const;
   /// Same as isMBCS(). DBuffer: false.
@@ -132,10 +132,10 @@ public:
   virtual bool includesDBCS() const;
   /// Some character single-byte. DBuffer: true, even when empty.
   virtual bool includesSBCS() const;
-  //@}
+  /// @}
 
   /// @name Search (0 = not found; forward starts of 0 read as 1)
-  //@{
+  /// @{
   /// First occurrence of the \p length-byte \p pattern at or after \p start.
   virtual unsigned int indexOf(char const* pattern, unsigned int length,
                                unsigned int start) const;
@@ -172,10 +172,10 @@ public:
   /// Last position at or before \p start whose byte passes \p test.
   virtual unsigned int lastIndexOfAnyOf(DStringTest const& test,
                                         unsigned int start) const;
-  //@}
+  /// @}
 
   /// @name Editing (each returns one reference for the caller)
-  //@{
+  /// @{
   /// Cut or padded on both sides to \p width; odd surplus goes right.
   virtual DBuffer* center(unsigned int width, char pad);
   /// Up to \p count non-overlapping occurrences from \p start replaced.
@@ -212,26 +212,26 @@ public:
                              char const* to, unsigned int toLength, char pad);
   /// a to z raised; in place when unshared.
   virtual DBuffer* upperCase();
-  //@}
+  /// @}
 
   /// @name Search starts
-  //@{
+  /// @{
   /// First position a forward search may look at, or 0.
   virtual unsigned int startSearch(unsigned int start,
                                    unsigned int patternLength) const;
   /// First position a backward search may look at, or 0.
   virtual unsigned int startBackwardsSearch(unsigned int start,
                                             unsigned int patternLength) const;
-  //@}
+  /// @}
 
   /// @name Factory
-  //@{
+  /// @{
   /// New buffer of \p length bytes (DDBCSBuffer when MB_CUR_MAX >= 2);
   /// lengths of 4294967271 or more raise the 1010 overflow.
   virtual DBuffer* allocate(unsigned int length) const;
   /// "DBuffer"; always the same pointer.
   virtual char const* className() const;
-  //@}
+  /// @}
 
   /// New buffer of the three pieces in order; a null piece stands for its
   /// length in \p pad bytes. Raises the 1010 overflow past 32 bits.

@@ -50,7 +50,7 @@ public:
   enum YearFormat { localeYear = 0, fourDigitYear = 1 };
 
   /// @name Calendar questions (constant time)
-  //@{
+  /// @{
   /// Whether the triple names a real date: month 1-12, day from 1 to the
   /// month's length, year not 0; 3-13 September 1752 do not exist.
   static bool isValid(Month month, int day, int year);
@@ -62,10 +62,10 @@ public:
   static unsigned int daysInMonth(Month month, int year);
   /// 365 or 366; 1752 has 355.
   static unsigned int daysInYear(int year);
-  //@}
+  /// @}
 
   /// @name Construction
-  //@{
+  /// @{
   /// Day 0, 1 January 4713 BC (no clock is read; see today()).
   constexpr DDate() : dayNumber(0) {}
   /// The date \p day \p month \p year; no validation (see initialize()).
@@ -90,13 +90,13 @@ public:
   /// end count on into the following months, month 13 is January of the
   /// next year and a month outside 1-13 counts as January.
   DDate& initialize(Month month, int day, int year);
-  //@}
+  /// @}
 
   /// @name Calendar fields
   /// Exact for every date from long before 4713 BC (negative day numbers)
   /// up to AD 148098, where the century estimate of the block search
   /// starts to drift; day numbers must stay within +-2^62.
-  //@{
+  /// @{
   /// The record of this date (year truncated to 16 unsigned bits).
   DCnrDate asICnrDate() const;
   /// Julian day number; 0 is 1 January 4713 BC.
@@ -112,10 +112,10 @@ public:
   int dayOfYear() const;
   /// Day number modulo 7 (day 0 was a Monday).
   DayOfWeek dayOfWeek() const;
-  //@}
+  /// @}
 
   /// @name Names and formatting (through strftime and the locale)
-  //@{
+  /// @{
   /// The locale's full name of monthOfYear().
   DString monthName() const;
   /// The locale's full name of \p month ("%B"); "?" outside 1-12.
@@ -134,10 +134,10 @@ public:
   /// 1900). Weekday fields are proleptic Gregorian and time fields zero; a
   /// format whose output is empty raises the 1010 buffer overflow.
   DString asString(char const* format) const;
-  //@}
+  /// @}
 
   /// @name Comparison and day arithmetic (by day number)
-  //@{
+  /// @{
   /// Same day number.
   bool operator==(DDate const& other) const {
     return dayNumber == other.dayNumber;
@@ -184,7 +184,7 @@ public:
   long operator-(DDate const& other) const {
     return dayNumber - other.dayNumber;
   }
-  //@}
+  /// @}
 
 private:
   // Tagged so that it cannot be taken for DDate(year, dayOfYear).

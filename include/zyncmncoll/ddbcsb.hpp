@@ -20,33 +20,33 @@ public:
   ~DDBCSBuffer() override;
 
   /// @name Character model
-  //@{
+  /// @{
   /// Multibyte: walks from the first byte; 0 single-byte character, k the
   /// k-th byte of a multibyte one. \p position must lie in 1..length.
   int charType(unsigned int position) const override;
   /// Multibyte: pointer past the character at \p p (mblen, at least 1).
   char* next(char const* p) override;
   char const* next(char const* p) const override;
-  //@}
+  /// @}
 
   /// @name Comparison
-  //@{
+  /// @{
   /// Multibyte: with fgI18NState 1 compares by wide collation (wcscoll).
   unsigned int compare(void const* other,
                        unsigned int otherLength) const override;
-  //@}
+  /// @}
 
   /// @name Extraction
-  //@{
+  /// @{
   /// Multibyte: cut characters become \p pad bytes.
   DBuffer* subString(unsigned int start, unsigned int count,
                      char pad) const override;
   /// Multibyte: bytes of a character cut at \p start become blanks.
   DBuffer* subString(unsigned int start) const override;
-  //@}
+  /// @}
 
   /// @name Character classes (wide classification of every character)
-  //@{
+  /// @{
   bool isAlphanumeric() const override;
   bool isAlphabetic() const override;
   bool isASCII() const override;
@@ -59,10 +59,10 @@ public:
   bool isPunctuation() const override;
   bool isUpperCase() const override;
   bool isWhiteSpace() const override;
-  //@}
+  /// @}
 
   /// @name Multibyte tests (answered from the text)
-  //@{
+  /// @{
   bool isMBCS() const override;
   bool isDBCS() const override;
   bool isSBCS() const override;
@@ -71,10 +71,10 @@ public:
   bool includesMBCS() const override;
   bool includesDBCS() const override;
   bool includesSBCS() const override;
-  //@}
+  /// @}
 
   /// @name Search (matches only at character starts)
-  //@{
+  /// @{
   unsigned int indexOf(char const* pattern, unsigned int length,
                        unsigned int start) const override;
   unsigned int indexOf(DStringTest const& test,
@@ -99,10 +99,10 @@ public:
                                 unsigned int start) const override;
   unsigned int lastIndexOfAnyOf(DStringTest const& test,
                                 unsigned int start) const override;
-  //@}
+  /// @}
 
   /// @name Editing (never splits a character)
-  //@{
+  /// @{
   DBuffer* center(unsigned int width, char pad) override;
   DBuffer* change(char const* pattern, unsigned int patternLength,
                   char const* replacement, unsigned int replacementLength,
@@ -124,22 +124,22 @@ public:
                      char const* to, unsigned int toLength,
                      char pad) override;
   DBuffer* upperCase() override;
-  //@}
+  /// @}
 
   /// @name Search starts (moved onto character boundaries)
-  //@{
+  /// @{
   unsigned int startSearch(unsigned int start,
                            unsigned int patternLength) const override;
   unsigned int startBackwardsSearch(unsigned int start,
                                     unsigned int patternLength) const override;
-  //@}
+  /// @}
 
   /// @name Factory
-  //@{
+  /// @{
   DBuffer* allocate(unsigned int length) const override;
   /// "DDBCSBuffer"; always the same pointer.
   char const* className() const override;
-  //@}
+  /// @}
 
   /// Byte length (at least 1) of the character at \p p; NUL, invalid and
   /// incomplete sequences measure 1.

@@ -27,7 +27,7 @@ public:
   /// True when one of the characters equals \p c.
   bool hasWChar(wchar_t c) const;
   /// @name Character-position searches (1-based; 0 = none)
-  //@{
+  /// @{
   /// First character position at or after \p start where \p pattern
   /// occurs; 0 for start 0 or an empty pattern.
   unsigned int positionOf(DWBuffer& pattern, unsigned int start) const;
@@ -46,7 +46,7 @@ public:
   /// Last character position at or before \p start (lowered to the count)
   /// holding a character not in \p set; 0 for start 0.
   unsigned int lastPositionOfAnyBut(DWBuffer& set, unsigned int start) const;
-  //@}
+  /// @}
 
   /// The wide characters.
   wchar_t* data() const { return wide; }

@@ -31,7 +31,7 @@ public:
   enum IndexType : int { charIndex = 0, wordIndex = 1 };
 
   /// @name Construction
-  //@{
+  /// @{
   /// Shares the default empty buffer.
   DString();
   /// Shares \p other's buffer.
@@ -79,10 +79,10 @@ public:
   ~DString();
   /// Shares \p other's buffer; self-assignment is safe.
   DString& operator=(DString const& other);
-  //@}
+  /// @}
 
   /// @name Access
-  //@{
+  /// @{
   /// Length in bytes.
   unsigned int length() const { return buffer()->length(); }
   /// Length in bytes.
@@ -101,10 +101,10 @@ public:
   DBuffer* buffer() const { return DBuffer::fromContents(pBuffer); }
   /// "DString(@<address>,pBuffer-><buffer's asDebugInfo>)".
   DString asDebugInfo() const;
-  //@}
+  /// @}
 
   /// @name Buffer management
-  //@{
+  /// @{
   /// Points the handle at a new buffer of the three pieces; does not
   /// release the previous buffer.
   DString& initBuffer(void const* data1, unsigned int length1,
@@ -121,17 +121,17 @@ public:
   /// The cached text pointer of the default empty buffer (null before the
   /// first constructor ran).
   static char* nullBuf();
-  //@}
+  /// @}
 
   /// @name Extraction
-  //@{
+  /// @{
   /// Exactly \p count bytes from \p start (0 reads as 1), \p pad-filled.
   DString subString(unsigned int start, unsigned int count,
                     char pad = ' ') const;
   /// The rest from \p start; with fgI18NState 0 a start of 0 gives the
   /// whole text plus one blank, deliberately.
   DString subString(unsigned int start) const;
-  //@}
+  /// @}
 
   /// @name Search (0 = not found)
   /// Forward searches start at \p start (default 1; 0 reads as 1) and find
@@ -139,7 +139,7 @@ public:
   /// begin at or before \p start (default 0xFFFFFFFF: from the end); a
   /// \p start of 0 finds nothing. Empty patterns are never found; an empty
   /// set makes the AnyBut forms return the (normalised) start.
-  //@{
+  /// @{
   /// First position of byte \p c at or after \p start (0 reads as 1).
   unsigned int indexOf(char c, unsigned int start = 1) const;
   /// First occurrence of the \p length bytes of \p pattern at or after
@@ -309,14 +309,14 @@ public:
                              unsigned int start = 1) const {
     return occurrencesOf(pattern.pBuffer, pattern.length(), start);
   }
-  //@}
+  /// @}
 
   /// @name Editing (each edits this handle and returns it)
   /// Pads default to a blank. upperCase, translate and strip edit an
   /// unshared buffer in place; the others make a new buffer whenever the
   /// text changes. When the buffer operation raises (1010 overflow), the
   /// handle keeps its old value.
-  //@{
+  /// @{
   /// a-z raised; edits an unshared buffer in place.
   DString& upperCase();
   /// A-Z lowered; always a new buffer when anything changes.
@@ -405,10 +405,10 @@ public:
   static DString change(DString const& source, DString const& pattern,
                         DString const& replacement, unsigned int start = 1,
                         unsigned int count = 0xFFFFFFFFu);
-  //@}
+  /// @}
 
   /// @name Character classes (false for the empty text)
-  //@{
+  /// @{
   /// Every character alphanumeric (isalnum).
   bool isAlphanumeric() const { return buffer()->isAlphanumeric(); }
   /// Every character alphabetic (isalpha).
@@ -452,10 +452,10 @@ public:
   /// Some character single-byte (not isDBCS()); true in a single-byte
   /// buffer, even when empty.
   bool includesSBCS() const { return buffer()->includesSBCS(); }
-  //@}
+  /// @}
 
   /// @name Concatenation, bit operators, indexing
-  //@{
+  /// @{
   /// Appends \p text (null or empty: no change); safe on its own text.
   DString& operator+=(char const* text);
   /// Appends all bytes of \p other; safe when \p other is this string.
@@ -503,10 +503,10 @@ public:
   char const& operator[](unsigned int index) const;
   /// Byte \p index; negative or past the end raises DInvalidRequest 1011.
   char const& operator[](int index) const;
-  //@}
+  /// @}
 
   /// @name Words (white space is exactly "\t\n\v\f\r ")
-  //@{
+  /// @{
   /// Number of words.
   unsigned int numWords() const;
   /// Position of word \p wordNumber, counting from \p startPos as if
@@ -528,10 +528,10 @@ public:
   /// \p startWord on; 0 if nowhere.
   unsigned int findPhrase(DString const& phrase, unsigned int startWord = 1,
                           IndexType indexType = charIndex) const;
-  //@}
+  /// @}
 
   /// @name Radix conversions (in place; invalid digits empty the string)
-  //@{
+  /// @{
   /// Hexadecimal digits to bytes.
   DString& x2c();
   /// Bytes to upper-case hexadecimal digits.
@@ -548,10 +548,10 @@ public:
   void binaryMath(unsigned char digit);
   /// One step of c2d: receiver (decimal digits) * 256 + \p byte.
   void decimalMath(unsigned char byte);
-  //@}
+  /// @}
 
   /// @name Matching and input
-  //@{
+  /// @{
   /// Whole text matches the whole pattern; \p anyString matches any run,
   /// \p anyChar one byte.
   bool isLike(char const* pattern, unsigned int patternLength, char anyString,
@@ -574,7 +574,7 @@ public:
   bool isBinaryDigits() const;
   /// The characters up to \p delimiter (consumed, not stored).
   static DString lineFrom(std::istream& in, char delimiter = '\n');
-  //@}
+  /// @}
 
   /// The empty text "".
   static char const* null;
@@ -613,7 +613,7 @@ D_EXPORT DString operator^(char const* text, DString const& mask);
 
 /// @name Comparison through the buffer's compare (bytes, or collation with
 /// DString::fgI18NState 1)
-//@{
+/// @{
 /// Same length and text (or collating equal with fgI18NState 1).
 D_EXPORT bool operator==(DString const& a, DString const& b);
 /// Not operator==.
@@ -650,7 +650,7 @@ D_EXPORT bool operator<=(char const* a, DString const& b);
 D_EXPORT bool operator>(char const* a, DString const& b);
 /// As the DString forms, \p a measured to its NUL (null: empty).
 D_EXPORT bool operator>=(char const* a, DString const& b);
-//@}
+/// @}
 
 // The standard hash of a DString.
 namespace std {

@@ -42,7 +42,7 @@ static_assert(offsetof(DCnrTime, hours) == 0 &&
 class D_EXPORT DTime : public DBase {
 public:
   /// @name Construction
-  //@{
+  /// @{
   /// Midnight (no clock is read; see now()).
   constexpr DTime() : secondsValue(0) {}
   /// ((hours * 60 + minutes) * 60 + seconds) mod 86400: 24:00:00 is
@@ -53,10 +53,10 @@ public:
   DTime(int hours, int minutes, int seconds);
   /// The current local time of day (reads the clock and the time zone).
   static DTime now();
-  //@}
+  /// @}
 
   /// @name Fields
-  //@{
+  /// @{
   /// The packed record (fourth byte 0).
   DCnrTime asICnrTime() const;
   /// Seconds since midnight, 0 to 86399.
@@ -67,19 +67,19 @@ public:
   int minutes() const { return static_cast<int>(secondsValue % 3600 / 60); }
   /// Second within the minute, 0 to 59.
   int secondsOfMinute() const { return static_cast<int>(secondsValue % 60); }
-  //@}
+  /// @}
 
   /// @name Formatting
-  //@{
+  /// @{
   /// The time through strftime with \p format (null counts as ""); date
   /// fields are those of the zero struct tm (31 December 1899, a Sunday),
   /// independent of the time zone. A format whose output is empty raises
   /// the 1010 buffer overflow.
   DString asString(char const* format) const;
-  //@}
+  /// @}
 
   /// @name Comparison (by seconds since midnight)
-  //@{
+  /// @{
   /// Same second of the day.
   bool operator==(DTime const& other) const {
     return secondsValue == other.secondsValue;
@@ -104,7 +104,7 @@ public:
   bool operator>=(DTime const& other) const {
     return secondsValue >= other.secondsValue;
   }
-  //@}
+  /// @}
 
 private:
   long secondsValue;
