@@ -114,10 +114,13 @@ DString DString::words(unsigned int firstWord, unsigned int numWords) const {
   if (lastPosition != 0) {
     end = wordEnd(buffer(), lastPosition + 1);
   } else {
-    // Fewer words than asked for: run to the last non-blank character.
-    end = buffer()->lastIndexOfAnyBut(wordSeparators, wordSeparatorCount,
-                                      0xFFFFFFFFu) +
-          1;
+    // Fewer words than asked for: run to the end of the last non-blank
+    // character. The next separator behind its first byte is that end, so
+    // a multibyte last character stays whole (single-byte: one past it).
+    end = wordEnd(buffer(),
+                  buffer()->lastIndexOfAnyBut(wordSeparators,
+                                              wordSeparatorCount, 0xFFFFFFFFu) +
+                      1);
   }
   return subString(position, end - position, ' ');
 }
