@@ -614,7 +614,7 @@ D_EXPORT DString operator^(char const* text, DString const& mask);
 /// @name Comparison through the buffer's compare (bytes, or collation with
 /// DString::fgI18NState 1)
 /// @{
-/// Same length and text (or collating equal with fgI18NState 1).
+/// Same length and bytes (with fgI18NState 1: same length, collating equal).
 D_EXPORT bool operator==(DString const& a, DString const& b);
 /// Not operator==.
 D_EXPORT bool operator!=(DString const& a, DString const& b);
