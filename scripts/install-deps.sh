@@ -3,7 +3,7 @@
 # any is missing (a machine of this kind has them already).
 set -euo pipefail
 packages=(cmake ninja-build g++ libgtest-dev libbenchmark-dev libgmp-dev
-          locales libc-bin pkg-config)
+          locales libc-bin pkg-config doxygen gdb)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" ||
