@@ -1,5 +1,6 @@
 // Word operations on a text of 100,000 words (about 1 MiB), against a
 // plain std::string_view split loop over the same six white-space bytes.
+// The pairs are named "<work>/<size>/ours" and "<work>/<size>/peer".
 #include "dstring.hpp"
 
 #include <benchmark/benchmark.h>
@@ -44,7 +45,9 @@ void numWordsDString(benchmark::State& state) {
     benchmark::DoNotOptimize(s.numWords());
   state.SetBytesProcessed(state.iterations() * s.length());
 }
-BENCHMARK(numWordsDString)->Unit(benchmark::kMillisecond);
+BENCHMARK(numWordsDString)
+    ->Name("numWords/1 MiB/ours")
+    ->Unit(benchmark::kMillisecond);
 
 void numWordsStringView(benchmark::State& state) {
   std::string_view const text(wordText());
@@ -55,7 +58,9 @@ void numWordsStringView(benchmark::State& state) {
   }
   state.SetBytesProcessed(state.iterations() * text.size());
 }
-BENCHMARK(numWordsStringView)->Unit(benchmark::kMillisecond);
+BENCHMARK(numWordsStringView)
+    ->Name("numWords/1 MiB/peer")
+    ->Unit(benchmark::kMillisecond);
 
 void space1DString(benchmark::State& state) {
   DString const s{std::string_view(wordText())};
@@ -66,7 +71,9 @@ void space1DString(benchmark::State& state) {
   }
   state.SetBytesProcessed(state.iterations() * s.length());
 }
-BENCHMARK(space1DString)->Unit(benchmark::kMillisecond);
+BENCHMARK(space1DString)
+    ->Name("space(1)/1 MiB/ours")
+    ->Unit(benchmark::kMillisecond);
 
 void space1StringView(benchmark::State& state) {
   std::string_view const text(wordText());
@@ -81,7 +88,9 @@ void space1StringView(benchmark::State& state) {
   }
   state.SetBytesProcessed(state.iterations() * text.size());
 }
-BENCHMARK(space1StringView)->Unit(benchmark::kMillisecond);
+BENCHMARK(space1StringView)
+    ->Name("space(1)/1 MiB/peer")
+    ->Unit(benchmark::kMillisecond);
 
 void findPhraseDString(benchmark::State& state) {
   DString const s{std::string_view(wordText())};

@@ -1,5 +1,6 @@
 // A short tour of libzyncmncoll: make strings, share them, edit one copy
-// (copy on write), and catch a logged exception with its trace report.
+// (copy on write, seen through the buffer's reference count), and catch a
+// logged exception with its trace report.
 #include <zyncmncoll.hpp>
 
 #include <iostream>
@@ -11,9 +12,26 @@ int main() {
             << ", buffer shared by " << greeting.buffer()->useCount()
             << " handles)\n";
 
-  copy.prepareToChange(); // copy on write: copy gets its own buffer
-  std::cout << "after copy on write: " << greeting.buffer()->useCount()
-            << " and " << copy.buffer()->useCount() << " holders\n";
+  // Editing a shared string gives the edited handle its own buffer; the
+  // other handle keeps the old text.
+  copy.upperCase();
+  std::cout << "after upperCase on the copy: \"" << greeting << "\" ("
+            << greeting.buffer()->useCount() << " holder) and \"" << copy
+            << "\" (" << copy.buffer()->useCount() << " holder)\n";
+
+  // An unshared buffer is edited where it is when the edit allows it.
+  DBuffer const* before = copy.buffer();
+  copy.upperCase();
+  std::cout << "upperCase again, same buffer: "
+            << (copy.buffer() == before ? "yes" : "no") << "\n";
+
+  // change() replaces occurrences (all by default), insert() puts text
+  // behind a 1-based byte position (0: in front).
+  DString line("one fish, two fish");
+  line.change("fish", "cat");
+  line.insert(DString("red "), 9);
+  std::cout << "changed and inserted: " << line << "\n";
+  std::cout << "\"two\" found at byte " << line.indexOf("two") << "\n";
 
   DString number(42L);
   DString ratio(1.0 / 3);
@@ -26,6 +44,12 @@ int main() {
   } catch (DInvalidRequest const& e) {
     std::cout << "caught " << e.name() << " " << e.errorId() << ": "
               << e.text() << "\n";
+    std::cout << "raised in " << e.locationAtIndex(0)->fileName() << " line "
+              << e.locationAtIndex(0)->lineNumber() << "\n";
   }
-  return 0;
+
+  // The example doubles as a test: a wrong answer fails it.
+  bool const ok = greeting == "hello, world" && copy == "HELLO, WORLD" &&
+                  line == "one cat, red two cat";
+  return ok ? 0 : 1;
 }

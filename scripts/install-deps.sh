@@ -3,7 +3,7 @@
 # any is missing (a machine of this kind has them already).
 set -euo pipefail
 packages=(cmake ninja-build g++ libgtest-dev libbenchmark-dev libgmp-dev
-          locales libc-bin pkg-config abigail-tools valgrind clang
+          locales libc-bin pkg-config doxygen gdb abigail-tools valgrind clang
           libclang-rt-14-dev)
 missing=()
 for p in "${packages[@]}"; do

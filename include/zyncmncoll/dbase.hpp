@@ -3,6 +3,7 @@
 // and DKOVR_Init, the load-time object that installs the library's trace
 // writer and out-of-memory handler.
 #ifndef D_BASE_DBASE_HPP
+/// \file
 #define D_BASE_DBASE_HPP
 
 #include "ddefs.hpp"
@@ -18,7 +19,9 @@ class D_EXPORT DBase {
 public:
   /// The library version record: two unsigned 16-bit numbers.
   struct Version {
+    /// Major version number (310).
     unsigned short major;
+    /// Minor version number (1).
     unsigned short minor;
   };
 
@@ -50,6 +53,7 @@ public:
   /// Severity constants for code that does not name DException.
   static constexpr DException::Severity unrecoverable =
       DException::unrecoverable;
+  /// DException::recoverable.
   static constexpr DException::Severity recoverable = DException::recoverable;
 
 private:

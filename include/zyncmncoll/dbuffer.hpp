@@ -3,6 +3,7 @@
 // (vtable pointer, 32-bit count, 32-bit byte length) followed inline by the
 // text and one NUL; it never grows. Positions are 1-based bytes, 0 = none.
 #ifndef D_STRING_DBUFFER_HPP
+/// \file
 #define D_STRING_DBUFFER_HPP
 
 #include "dbase.hpp"
@@ -14,6 +15,7 @@ class DStringTest;
 /// Strip modes: 0 leading, 1 trailing, any other value both ends.
 class D_EXPORT DStringEnum {
 public:
+  /// Which ends strip() works on (a 32-bit enumeration).
   enum StripMode : int { leading = 0, trailing = 1, both = 2 };
 };
 
@@ -86,29 +88,49 @@ public:
 
   /// @name Character classes (false for the empty text)
   /// @{
+  /// Every character alphanumeric (isalnum).
   virtual bool isAlphanumeric() const;
+  /// Every character alphabetic (isalpha).
   virtual bool isAlphabetic() const;
+  /// Every byte below 0x80.
   virtual bool isASCII() const;
+  /// Every character a control character (iscntrl).
   virtual bool isControl() const;
+  /// Every character a decimal digit (isdigit).
   virtual bool isDigits() const;
+  /// Every character visible (isgraph).
   virtual bool isGraphics() const;
+  /// Every character a hexadecimal digit (isxdigit).
   virtual bool isHexDigits() const;
+  /// Every character lower case (islower).
   virtual bool isLowerCase() const;
+  /// Every character printable (isprint).
   virtual bool isPrintable() const;
+  /// Every character punctuation (ispunct).
   virtual bool isPunctuation() const;
+  /// Every character upper case (isupper).
   virtual bool isUpperCase() const;
+  /// Every character white space (isspace).
   virtual bool isWhiteSpace() const;
   /// @}
 
   /// @name Multibyte tests (DBuffer: constants, the text is not read)
   /// @{
+  /// Every character multibyte and wide. DBuffer: false.
   virtual bool isMBCS() const;
+  /// Same as isMBCS(). DBuffer: false.
   virtual bool isDBCS() const;
+  /// No character both multibyte and wide. DBuffer: true.
   virtual bool isSBCS() const;
+  /// Every character at least 2 bytes, none cut short. DBuffer: true.
   virtual bool isValidMBCS() const;
+  /// Same as isValidMBCS(). DBuffer: true.
   virtual bool isValidDBCS() const;
+  /// Some character multibyte and wide. DBuffer: false.
   virtual bool includesMBCS() const;
+  /// Same as includesMBCS(). DBuffer: false.
   virtual bool includesDBCS() const;
+  /// Some character single-byte. DBuffer: true, even when empty.
   virtual bool includesSBCS() const;
   /// @}
 
@@ -221,6 +243,7 @@ public:
 
   /// The text bytes (length() of them, then a NUL).
   char* contents() { return reinterpret_cast<char*>(this) + sizeof(DBuffer); }
+  /// The text bytes, read-only (length() of them, then a NUL).
   char const* contents() const {
     return reinterpret_cast<char const*>(this) + sizeof(DBuffer);
   }

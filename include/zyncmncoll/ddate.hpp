@@ -4,6 +4,7 @@
 // packed four-byte record (day, month, 16-bit year). No date operation
 // validates or throws: check a triple with isValid() first.
 #ifndef D_DATETIME_DDATE_HPP
+/// \file
 #define D_DATETIME_DDATE_HPP
 
 #include "dbase.hpp"
@@ -17,8 +18,11 @@
 /// Packed date record: day, month, year (in that order, 4 bytes). Returned
 /// by value it travels as one 32-bit value, day in the lowest byte.
 struct DCnrDate {
+  /// Day of the month, 1-31.
   unsigned char day;
+  /// Month, 1-12.
   unsigned char month;
+  /// Year, truncated to 16 unsigned bits (BC years wrap).
   unsigned short year;
 };
 
@@ -134,21 +138,27 @@ public:
 
   /// @name Comparison and day arithmetic (by day number)
   /// @{
+  /// Same day number.
   bool operator==(DDate const& other) const {
     return dayNumber == other.dayNumber;
   }
+  /// Different day numbers.
   bool operator!=(DDate const& other) const {
     return dayNumber != other.dayNumber;
   }
+  /// This date is earlier.
   bool operator<(DDate const& other) const {
     return dayNumber < other.dayNumber;
   }
+  /// This date is earlier or the same.
   bool operator<=(DDate const& other) const {
     return dayNumber <= other.dayNumber;
   }
+  /// This date is later.
   bool operator>(DDate const& other) const {
     return dayNumber > other.dayNumber;
   }
+  /// This date is later or the same.
   bool operator>=(DDate const& other) const {
     return dayNumber >= other.dayNumber;
   }

@@ -3,6 +3,7 @@
 // no result ever holds part of a character. Invalid or truncated sequences
 // count as one-byte characters. Also the eleven zyn_isw* wrappers.
 #ifndef D_NLS_DDBCSB_HPP
+/// \file
 #define D_NLS_DDBCSB_HPP
 
 #include "dbuffer.hpp"
@@ -160,17 +161,28 @@ public:
                               unsigned int start) const;
 };
 
-/// Wide classification wrappers usable as DStringTest functions.
+/// Wide classification wrappers usable as DStringTest functions: nonzero
+/// when \p wc is alphanumeric (iswalnum, current locale).
 D_EXPORT int zyn_iswalnum(int wc);
+/// Nonzero when \p wc is alphabetic (iswalpha).
 D_EXPORT int zyn_iswalpha(int wc);
+/// Nonzero when \p wc is a control character (iswcntrl).
 D_EXPORT int zyn_iswcntrl(int wc);
+/// Nonzero when \p wc is a decimal digit (iswdigit).
 D_EXPORT int zyn_iswdigit(int wc);
+/// Nonzero when \p wc is visible (iswgraph).
 D_EXPORT int zyn_iswgraph(int wc);
+/// Nonzero when \p wc is a hexadecimal digit (iswxdigit).
 D_EXPORT int zyn_iswxdigit(int wc);
+/// Nonzero when \p wc is lower case (iswlower).
 D_EXPORT int zyn_iswlower(int wc);
+/// Nonzero when \p wc is printable (iswprint).
 D_EXPORT int zyn_iswprint(int wc);
+/// Nonzero when \p wc is punctuation (iswpunct).
 D_EXPORT int zyn_iswpunct(int wc);
+/// Nonzero when \p wc is upper case (iswupper).
 D_EXPORT int zyn_iswupper(int wc);
+/// Nonzero when \p wc is white space (iswspace).
 D_EXPORT int zyn_iswspace(int wc);
 
 #endif // D_NLS_DDBCSB_HPP

@@ -2,6 +2,7 @@
 // and presentation-system failures, or catalogue messages, into logged
 // exceptions of a class chosen by DBaseErrorInfo::ExceptionType.
 #ifndef D_BASE_DERRINFO_HPP
+/// \file
 #define D_BASE_DERRINFO_HPP
 
 #include "dbase.hpp"

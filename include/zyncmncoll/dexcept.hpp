@@ -3,6 +3,7 @@
 // Every exception of the library is logged through the current trace
 // function before it is thrown; see dexctrace.hpp.
 #ifndef D_BASE_DEXCEPT_HPP
+/// \file
 #define D_BASE_DEXCEPT_HPP
 
 #include "ddefs.hpp"
@@ -132,11 +133,16 @@ public:
   /// unrecoverable, group "Other Error Group".
   static void assertParameter(char const* text, DExceptionLocation location);
 
-  /// Error-code group texts; programs may point them elsewhere.
+  /// Error-code group texts; programs may point them elsewhere. The
+  /// library's own group, "Zorvane Class Library" (the default).
   static char const* baseLibrary;
+  /// "Standard C Library".
   static char const* CLibrary;
+  /// "Operating System".
   static char const* operatingSystem;
+  /// "Presentation System".
   static char const* presentationSystem;
+  /// "Other Error Group" (assertParameter's group).
   static char const* other;
 
 private:
@@ -149,12 +155,14 @@ private:
   char const* groupText;
 };
 
-// Each subclass only forwards its constructor and names itself.
+/// Declares an exception subclass that only forwards its constructor and names itself.
 #define D_DECLARE_EXCEPTION(Name, Base)                                        \
   class D_EXPORT Name : public Base {                                          \
   public:                                                                      \
+    /** As DException's constructor; the class names itself in reports. */    \
     Name(char const* text, unsigned long errorId = 0,                          \
          DException::Severity severity = DException::unrecoverable);           \
+    /** Deep copy, as DException's copy constructor. */                       \
     Name(Name const& other);                                                   \
     ~Name() override;                                                          \
     char const* name() const override;                                         \

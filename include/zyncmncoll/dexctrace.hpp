@@ -2,6 +2,7 @@
 // process-wide choice of trace function. Both statics are constant
 // initialised, so they are ready before any load-time code throws.
 #ifndef D_BASE_DEXCTRACE_HPP
+/// \file
 #define D_BASE_DEXCTRACE_HPP
 
 #include "ddefs.hpp"

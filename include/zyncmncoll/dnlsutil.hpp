@@ -3,6 +3,7 @@
 // between 1-based byte positions and 1-based character numbers, padded
 // extractions, and three byte scanners. 0 answers "none" or "invalid".
 #ifndef D_NLS_DNLSUTIL_HPP
+/// \file
 #define D_NLS_DNLSUTIL_HPP
 
 #include "ddefs.hpp"
@@ -27,11 +28,23 @@ public:
   bool hasWChar(wchar_t c) const;
   /// @name Character-position searches (1-based; 0 = none)
   /// @{
+  /// First character position at or after \p start where \p pattern
+  /// occurs; 0 for start 0 or an empty pattern.
   unsigned int positionOf(DWBuffer& pattern, unsigned int start) const;
+  /// First character position at or after \p start holding a character
+  /// of \p set; 0 for start 0 or an empty set.
   unsigned int positionOfAnyOf(DWBuffer& set, unsigned int start) const;
+  /// First character position at or after \p start holding a character
+  /// not in \p set (an empty set gives \p start); 0 for start 0.
   unsigned int positionOfAnyBut(DWBuffer& set, unsigned int start) const;
+  /// Last character position at or before \p start (lowered to fit) where
+  /// \p pattern begins; 0 for start 0 or an empty pattern.
   unsigned int lastPositionOf(DWBuffer& pattern, unsigned int start) const;
+  /// Last character position at or before \p start (lowered to the count)
+  /// holding a character of \p set; 0 for start 0 or an empty set.
   unsigned int lastPositionOfAnyOf(DWBuffer& set, unsigned int start) const;
+  /// Last character position at or before \p start (lowered to the count)
+  /// holding a character not in \p set; 0 for start 0.
   unsigned int lastPositionOfAnyBut(DWBuffer& set, unsigned int start) const;
   /// @}
 

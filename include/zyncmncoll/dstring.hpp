@@ -3,6 +3,7 @@
 // write. Positions are 1-based bytes (also in multibyte text), 0 = none;
 // forward searches default to start 1, backward ones to the end.
 #ifndef D_STRING_DSTRING_HPP
+/// \file
 #define D_STRING_DSTRING_HPP
 
 #include "dbase.hpp"
@@ -39,19 +40,27 @@ public:
   DString(DBuffer* buffer);
   /// Copies up to the first NUL; null gives the empty string.
   DString(char const* text);
+  /// As the char const* form, for signed bytes.
   DString(signed char const* text);
+  /// As the char const* form, for unsigned bytes.
   DString(unsigned char const* text);
   /// Exactly one byte (a NUL byte gives length 1).
   DString(char c);
+  /// Exactly one byte, as the char form.
   DString(signed char c);
+  /// Exactly one byte, as the char form.
   DString(unsigned char c);
   /// Decimal text of the value ("%ld").
   DString(short value);
+  /// Decimal text of the value ("%ld").
   DString(int value);
+  /// Decimal text of the value ("%ld").
   DString(long value);
   /// Decimal text of the value ("%lu").
   DString(unsigned short value);
+  /// Decimal text of the value ("%lu").
   DString(unsigned int value);
+  /// Decimal text of the value ("%lu").
   DString(unsigned long value);
   /// "%.*g" with precision 15.
   DString(double value);
@@ -131,113 +140,150 @@ public:
   /// \p start of 0 finds nothing. Empty patterns are never found; an empty
   /// set makes the AnyBut forms return the (normalised) start.
   /// @{
+  /// First position of byte \p c at or after \p start (0 reads as 1).
   unsigned int indexOf(char c, unsigned int start = 1) const;
+  /// First occurrence of the \p length bytes of \p pattern at or after
+  /// \p start (0 reads as 1).
   unsigned int indexOf(char const* pattern, unsigned int length,
                        unsigned int start) const {
     return buffer()->indexOf(pattern, length, start);
   }
+  /// As above, \p pattern measured to its NUL (null: empty).
   unsigned int indexOf(char const* pattern, unsigned int start = 1) const {
     return indexOf(pattern, textLength(pattern), start);
   }
+  /// First occurrence of all bytes of \p pattern at or after \p start.
   unsigned int indexOf(DString const& pattern, unsigned int start = 1) const {
     return indexOf(pattern.pBuffer, pattern.length(), start);
   }
+  /// First position at or after \p start whose byte passes \p test.
   unsigned int indexOf(DStringTest const& test, unsigned int start = 1) const {
     return buffer()->indexOf(test, start);
   }
 
+  /// First position at or after \p start whose byte is not \p c.
   unsigned int indexOfAnyBut(char c, unsigned int start = 1) const {
     return indexOfAnyBut(&c, 1, start);
   }
+  /// First position at or after \p start whose byte is none of the
+  /// \p length bytes of \p set.
   unsigned int indexOfAnyBut(char const* set, unsigned int length,
                              unsigned int start) const {
     return buffer()->indexOfAnyBut(set, length, start);
   }
+  /// As above, \p set measured to its NUL (null: empty).
   unsigned int indexOfAnyBut(char const* set, unsigned int start = 1) const {
     return indexOfAnyBut(set, textLength(set), start);
   }
+  /// First position at or after \p start whose byte is not in \p set.
   unsigned int indexOfAnyBut(DString const& set,
                              unsigned int start = 1) const {
     return indexOfAnyBut(set.pBuffer, set.length(), start);
   }
+  /// First position at or after \p start whose byte fails \p test.
   unsigned int indexOfAnyBut(DStringTest const& test,
                              unsigned int start = 1) const {
     return buffer()->indexOfAnyBut(test, start);
   }
 
+  /// First position of byte \p c at or after \p start.
   unsigned int indexOfAnyOf(char c, unsigned int start = 1) const {
     return indexOfAnyOf(&c, 1, start);
   }
+  /// First position at or after \p start whose byte is one of the
+  /// \p length bytes of \p set.
   unsigned int indexOfAnyOf(char const* set, unsigned int length,
                             unsigned int start) const {
     return buffer()->indexOfAnyOf(set, length, start);
   }
+  /// As above, \p set measured to its NUL (null: empty).
   unsigned int indexOfAnyOf(char const* set, unsigned int start = 1) const {
     return indexOfAnyOf(set, textLength(set), start);
   }
+  /// First position at or after \p start whose byte is in \p set.
   unsigned int indexOfAnyOf(DString const& set, unsigned int start = 1) const {
     return indexOfAnyOf(set.pBuffer, set.length(), start);
   }
+  /// First position at or after \p start whose byte passes \p test.
   unsigned int indexOfAnyOf(DStringTest const& test,
                             unsigned int start = 1) const {
     return buffer()->indexOfAnyOf(test, start);
   }
 
+  /// Last position of byte \p c at or before \p start (default: the end).
   unsigned int lastIndexOf(char c, unsigned int start = 0xFFFFFFFFu) const;
+  /// Last occurrence of the \p length bytes of \p pattern that begins at
+  /// or before \p start.
   unsigned int lastIndexOf(char const* pattern, unsigned int length,
                            unsigned int start) const {
     return buffer()->lastIndexOf(pattern, length, start);
   }
+  /// As above, \p pattern measured to its NUL (null: empty).
   unsigned int lastIndexOf(char const* pattern,
                            unsigned int start = 0xFFFFFFFFu) const {
     return lastIndexOf(pattern, textLength(pattern), start);
   }
+  /// Last occurrence of all bytes of \p pattern beginning at or before
+  /// \p start.
   unsigned int lastIndexOf(DString const& pattern,
                            unsigned int start = 0xFFFFFFFFu) const {
     return lastIndexOf(pattern.pBuffer, pattern.length(), start);
   }
+  /// Last position at or before \p start whose byte passes \p test.
   unsigned int lastIndexOf(DStringTest const& test,
                            unsigned int start = 0xFFFFFFFFu) const {
     return buffer()->lastIndexOf(test, start);
   }
 
+  /// Last position at or before \p start whose byte is not \p c.
   unsigned int lastIndexOfAnyBut(char c,
                                  unsigned int start = 0xFFFFFFFFu) const {
     return lastIndexOfAnyBut(&c, 1, start);
   }
+  /// Last position at or before \p start whose byte is none of the
+  /// \p length bytes of \p set.
   unsigned int lastIndexOfAnyBut(char const* set, unsigned int length,
                                  unsigned int start) const {
     return buffer()->lastIndexOfAnyBut(set, length, start);
   }
+  /// As above, \p set measured to its NUL (null: empty).
   unsigned int lastIndexOfAnyBut(char const* set,
                                  unsigned int start = 0xFFFFFFFFu) const {
     return lastIndexOfAnyBut(set, textLength(set), start);
   }
+  /// Last position at or before \p start whose byte is not in \p set.
   unsigned int lastIndexOfAnyBut(DString const& set,
                                  unsigned int start = 0xFFFFFFFFu) const {
     return lastIndexOfAnyBut(set.pBuffer, set.length(), start);
   }
+  /// Last position at or before \p start whose byte fails \p test.
   unsigned int lastIndexOfAnyBut(DStringTest const& test,
                                  unsigned int start = 0xFFFFFFFFu) const {
     return buffer()->lastIndexOfAnyBut(test, start);
   }
 
+  /// Last position of byte \p c at or before \p start.
   unsigned int lastIndexOfAnyOf(char c,
                                 unsigned int start = 0xFFFFFFFFu) const {
     return lastIndexOfAnyOf(&c, 1, start);
   }
+  /// Last position at or before \p start whose byte is one of the
+  /// \p length bytes of \p set.
   unsigned int lastIndexOfAnyOf(char const* set, unsigned int length,
                                 unsigned int start) const {
     return buffer()->lastIndexOfAnyOf(set, length, start);
   }
+  /// As above, \p set measured to its NUL (null: empty).
   unsigned int lastIndexOfAnyOf(char const* set,
                                 unsigned int start = 0xFFFFFFFFu) const {
     return lastIndexOfAnyOf(set, textLength(set), start);
   }
+  /// Last position at or before \p start whose byte is in \p set.
   unsigned int lastIndexOfAnyOf(DString const& set,
                                 unsigned int start = 0xFFFFFFFFu) const {
     return lastIndexOfAnyOf(set.pBuffer, set.length(), start);
   }
+  /// Last position at or before \p start whose byte passes \p test.
   unsigned int lastIndexOfAnyOf(DStringTest const& test,
                                 unsigned int start = 0xFFFFFFFFu) const {
     return buffer()->lastIndexOfAnyOf(test, start);
@@ -246,14 +292,19 @@ public:
   /// Non-overlapping occurrences of the pattern at or after \p start.
   unsigned int occurrencesOf(char const* pattern, unsigned int length,
                              unsigned int start) const;
+  /// Bytes equal to \p c at or after \p start.
   unsigned int occurrencesOf(char c, unsigned int start = 1) const;
   /// Bytes at or after \p start that pass \p test.
   unsigned int occurrencesOf(DStringTest const& test,
                              unsigned int start = 1) const;
+  /// Non-overlapping occurrences of \p pattern (measured to its NUL) at or
+  /// after \p start.
   unsigned int occurrencesOf(char const* pattern,
                              unsigned int start = 1) const {
     return occurrencesOf(pattern, textLength(pattern), start);
   }
+  /// Non-overlapping occurrences of all bytes of \p pattern at or after
+  /// \p start.
   unsigned int occurrencesOf(DString const& pattern,
                              unsigned int start = 1) const {
     return occurrencesOf(pattern.pBuffer, pattern.length(), start);
@@ -274,6 +325,7 @@ public:
   /// \p pad past its end.
   DString& translate(char const* from, unsigned int fromLength,
                      char const* to, unsigned int toLength, char pad = ' ');
+  /// As above with all bytes of \p from and \p to.
   DString& translate(DString const& from, DString const& to, char pad = ' ') {
     return translate(from.pBuffer, from.length(), to.pBuffer, to.length(),
                      pad);
@@ -281,6 +333,7 @@ public:
   /// Bytes of \p set removed at the ends \p mode names.
   DString& strip(char const* set, unsigned int length,
                  DStringEnum::StripMode mode = DStringEnum::both);
+  /// Bytes of \p set (all of its bytes) removed at the ends \p mode names.
   DString& strip(DString const& set,
                  DStringEnum::StripMode mode = DStringEnum::both) {
     return strip(set.pBuffer, set.length(), mode);
@@ -295,6 +348,8 @@ public:
   /// \p data written over the text from \p position (0 reads as 1).
   DString& overlayWith(char const* data, unsigned int length,
                        unsigned int position, char pad = ' ');
+  /// All bytes of \p data written over the text from \p position (0 reads
+  /// as 1); a gap past the end is filled with \p pad.
   DString& overlayWith(DString const& data, unsigned int position = 1,
                        char pad = ' ') {
     return overlayWith(data.pBuffer, data.length(), position, pad);
@@ -302,6 +357,8 @@ public:
   /// \p data inserted behind byte \p position (0: at the front).
   DString& insert(char const* data, unsigned int length,
                   unsigned int position, char pad = ' ');
+  /// All bytes of \p data inserted behind byte \p position (0: at the
+  /// front); a position past the end pads with \p pad first.
   DString& insert(DString const& data, unsigned int position = 0,
                   char pad = ' ') {
     return insert(data.pBuffer, data.length(), position, pad);
@@ -324,6 +381,8 @@ public:
   DString& change(char const* pattern, unsigned int patternLength,
                   char const* replacement, unsigned int replacementLength,
                   unsigned int start = 1, unsigned int count = 0xFFFFFFFFu);
+  /// Up to \p count non-overlapping occurrences of \p pattern from \p start
+  /// replaced by \p replacement.
   DString& change(DString const& pattern, DString const& replacement,
                   unsigned int start = 1, unsigned int count = 0xFFFFFFFFu) {
     return change(pattern.pBuffer, pattern.length(), replacement.pBuffer,
@@ -350,25 +409,48 @@ public:
 
   /// @name Character classes (false for the empty text)
   /// @{
+  /// Every character alphanumeric (isalnum).
   bool isAlphanumeric() const { return buffer()->isAlphanumeric(); }
+  /// Every character alphabetic (isalpha).
   bool isAlphabetic() const { return buffer()->isAlphabetic(); }
+  /// Every byte below 0x80.
   bool isASCII() const { return buffer()->isASCII(); }
+  /// Every character a control character (iscntrl).
   bool isControl() const { return buffer()->isControl(); }
+  /// Every character a decimal digit (isdigit).
   bool isDigits() const { return buffer()->isDigits(); }
+  /// Every character visible (isgraph).
   bool isGraphics() const { return buffer()->isGraphics(); }
+  /// Every character a hexadecimal digit (isxdigit).
   bool isHexDigits() const { return buffer()->isHexDigits(); }
+  /// Every character lower case (islower).
   bool isLowerCase() const { return buffer()->isLowerCase(); }
+  /// Every character printable (isprint).
   bool isPrintable() const { return buffer()->isPrintable(); }
+  /// Every character punctuation (ispunct).
   bool isPunctuation() const { return buffer()->isPunctuation(); }
+  /// Every character upper case (isupper).
   bool isUpperCase() const { return buffer()->isUpperCase(); }
+  /// Every character white space (isspace).
   bool isWhiteSpace() const { return buffer()->isWhiteSpace(); }
+  /// Every character multibyte and wide; true for the empty text, false in
+  /// a single-byte buffer.
   bool isMBCS() const { return buffer()->isMBCS(); }
+  /// Same as isMBCS().
   bool isDBCS() const { return buffer()->isDBCS(); }
+  /// No character both multibyte and wide; true for the empty text.
   bool isSBCS() const { return buffer()->isSBCS(); }
+  /// Every character at least 2 bytes and none cut short; true when empty
+  /// and in a single-byte buffer.
   bool isValidMBCS() const { return buffer()->isValidMBCS(); }
+  /// Same as isValidMBCS().
   bool isValidDBCS() const { return buffer()->isValidDBCS(); }
+  /// Some character multibyte and wide (not isSBCS()).
   bool includesMBCS() const { return buffer()->includesMBCS(); }
+  /// Same as includesMBCS().
   bool includesDBCS() const { return buffer()->includesDBCS(); }
+  /// Some character single-byte (not isDBCS()); true in a single-byte
+  /// buffer, even when empty.
   bool includesSBCS() const { return buffer()->includesSBCS(); }
   /// @}
 
@@ -376,24 +458,39 @@ public:
   /// @{
   /// Appends \p text (null or empty: no change); safe on its own text.
   DString& operator+=(char const* text);
+  /// Appends all bytes of \p other; safe when \p other is this string.
   DString& operator+=(DString const& other);
+  /// A new string: this text, then \p text up to its NUL.
   DString operator+(char const* text) const;
+  /// A new string: this text, then all bytes of \p other.
   DString operator+(DString const& other) const;
   /// Combines every byte with \p mask, repeated cyclically from the first
   /// byte; an empty mask changes nothing.
   DString& applyBitOp(char const* mask, unsigned int maskLength,
                       BitOperator op);
+  /// applyBitOp(mask, its length to the NUL, bitAnd).
   DString& operator&=(char const* mask);
+  /// applyBitOp() with all bytes of \p mask and bitAnd.
   DString& operator&=(DString const& mask);
+  /// =(char const* mask)|applyBitOp(mask, its length to the NUL, bitOr).
   DString& operator|=(char const* mask);
+  /// =(DString const& mask)|applyBitOp() with all bytes of \p mask and bitOr.
   DString& operator|=(DString const& mask);
+  /// applyBitOp(mask, its length to the NUL, bitXor).
   DString& operator^=(char const* mask);
+  /// applyBitOp() with all bytes of \p mask and bitXor.
   DString& operator^=(DString const& mask);
+  /// A copy combined as by operator&=; this string is unchanged.
   DString operator&(char const* mask) const;
+  /// A copy combined as by operator&=; this string is unchanged.
   DString operator&(DString const& mask) const;
+  /// (char const* mask)|A copy combined as by operator|=; this string is unchanged.
   DString operator|(char const* mask) const;
+  /// (DString const& mask)|A copy combined as by operator|=; this string is unchanged.
   DString operator|(DString const& mask) const;
+  /// A copy combined as by operator^=; this string is unchanged.
   DString operator^(char const* mask) const;
+  /// A copy combined as by operator^=; this string is unchanged.
   DString operator^(DString const& mask) const;
   /// Every byte complemented.
   DString operator~() const;
@@ -459,6 +556,8 @@ public:
   /// \p anyChar one byte.
   bool isLike(char const* pattern, unsigned int patternLength, char anyString,
               char anyChar) const;
+  /// As above with all bytes of \p pattern; by default "*" matches any
+  /// run and "?" one byte.
   bool isLike(DString const& pattern, char anyString = '*',
               char anyChar = '?') const {
     return isLike(pattern.pBuffer, pattern.length(), anyString, anyChar);
@@ -467,6 +566,7 @@ public:
   /// (0: its own length).
   bool isAbbrevFor(char const* text, unsigned int textLength,
                    unsigned int minLength) const;
+  /// As above with all bytes of \p text.
   bool isAbbrevFor(DString const& text, unsigned int minLength = 0) const {
     return isAbbrevFor(text.pBuffer, text.length(), minLength);
   }
@@ -503,38 +603,61 @@ D_EXPORT std::istream& operator>>(std::istream& in, DString& target);
 
 /// \p text followed by \p string.
 D_EXPORT DString operator+(char const* text, DString const& string);
-/// \p text combined with \p mask; the result has the length of \p text.
+/// \p text ANDed with \p mask repeated cyclically; the result has the
+/// length of \p text.
 D_EXPORT DString operator&(char const* text, DString const& mask);
+/// (|\p text ORed with \p mask repeated cyclically (length of \p text).
 D_EXPORT DString operator|(char const* text, DString const& mask);
+/// \p text XORed with \p mask repeated cyclically (length of \p text).
 D_EXPORT DString operator^(char const* text, DString const& mask);
 
 /// @name Comparison through the buffer's compare (bytes, or collation with
 /// DString::fgI18NState 1)
 /// @{
+/// Same length and bytes (with fgI18NState 1: same length, collating equal).
 D_EXPORT bool operator==(DString const& a, DString const& b);
+/// Not operator==.
 D_EXPORT bool operator!=(DString const& a, DString const& b);
+/// \p a sorts before \p b; a proper prefix sorts first.
 D_EXPORT bool operator<(DString const& a, DString const& b);
+/// \p a sorts before \p b or equal.
 D_EXPORT bool operator<=(DString const& a, DString const& b);
+/// \p a sorts after \p b.
 D_EXPORT bool operator>(DString const& a, DString const& b);
+/// \p a sorts after \p b or equal.
 D_EXPORT bool operator>=(DString const& a, DString const& b);
+/// As the DString forms, \p b measured to its NUL (null: empty).
 D_EXPORT bool operator==(DString const& a, char const* b);
+/// As the DString forms, \p b measured to its NUL (null: empty).
 D_EXPORT bool operator!=(DString const& a, char const* b);
+/// As the DString forms, \p b measured to its NUL (null: empty).
 D_EXPORT bool operator<(DString const& a, char const* b);
+/// As the DString forms, \p b measured to its NUL (null: empty).
 D_EXPORT bool operator<=(DString const& a, char const* b);
+/// As the DString forms, \p b measured to its NUL (null: empty).
 D_EXPORT bool operator>(DString const& a, char const* b);
+/// As the DString forms, \p b measured to its NUL (null: empty).
 D_EXPORT bool operator>=(DString const& a, char const* b);
+/// As the DString forms, \p a measured to its NUL (null: empty).
 D_EXPORT bool operator==(char const* a, DString const& b);
+/// As the DString forms, \p a measured to its NUL (null: empty).
 D_EXPORT bool operator!=(char const* a, DString const& b);
+/// As the DString forms, \p a measured to its NUL (null: empty).
 D_EXPORT bool operator<(char const* a, DString const& b);
+/// As the DString forms, \p a measured to its NUL (null: empty).
 D_EXPORT bool operator<=(char const* a, DString const& b);
+/// As the DString forms, \p a measured to its NUL (null: empty).
 D_EXPORT bool operator>(char const* a, DString const& b);
+/// As the DString forms, \p a measured to its NUL (null: empty).
 D_EXPORT bool operator>=(char const* a, DString const& b);
 /// @}
 
-/// Hash of all length() bytes, equal to std::hash<std::string_view>.
+// The standard hash of a DString.
 namespace std {
+/// Hash of all length() bytes, equal to std::hash<std::string_view>.
 template <>
 struct hash<DString> {
+  /// The hash of the text bytes (NULs included).
   size_t operator()(DString const& s) const noexcept {
     return hash<string_view>()(static_cast<string_view>(s));
   }

@@ -3,6 +3,7 @@
 // the packed record of hours, minutes and seconds (unsigned 8-bit each)
 // and a fourth byte that is always 0.
 #ifndef D_DATETIME_DTIME_HPP
+/// \file
 #define D_DATETIME_DTIME_HPP
 
 #include "dbase.hpp"
@@ -17,9 +18,13 @@
 /// Returned by value it travels as one 32-bit value, hours in the lowest
 /// byte.
 struct DCnrTime {
+  /// Hour, 0-23.
   unsigned char hours;
+  /// Minute, 0-59.
   unsigned char minutes;
+  /// Second, 0-59.
   unsigned char seconds;
+  /// Always 0.
   unsigned char unused;
 };
 
@@ -75,21 +80,27 @@ public:
 
   /// @name Comparison (by seconds since midnight)
   /// @{
+  /// Same second of the day.
   bool operator==(DTime const& other) const {
     return secondsValue == other.secondsValue;
   }
+  /// Different seconds of the day.
   bool operator!=(DTime const& other) const {
     return secondsValue != other.secondsValue;
   }
+  /// This time is earlier in the day.
   bool operator<(DTime const& other) const {
     return secondsValue < other.secondsValue;
   }
+  /// This time is earlier in the day or the same.
   bool operator<=(DTime const& other) const {
     return secondsValue <= other.secondsValue;
   }
+  /// This time is later in the day.
   bool operator>(DTime const& other) const {
     return secondsValue > other.secondsValue;
   }
+  /// This time is later in the day or the same.
   bool operator>=(DTime const& other) const {
     return secondsValue >= other.secondsValue;
   }

@@ -141,9 +141,11 @@ DBuffer* DBuffer::newBuffer(void const* data1, unsigned int length1,
     unsigned int length;
   } const pieces[] = {{data1, length1}, {data2, length2}, {data3, length3}};
   for (Piece const& piece : pieces) {
+    if (piece.length == 0)
+      continue;
     if (piece.data == nullptr)
       std::memset(out, pad, piece.length);
-    else if (piece.length != 0)
+    else
       std::memcpy(out, piece.data, piece.length);
     out += piece.length;
   }

@@ -12,6 +12,7 @@
 #include <cstring>
 #include <ctype.h>
 #include <new>
+#include <typeinfo>
 
 static char const thisFile[] = "dbuffer2";
 static unsigned long const collationErrorLine = 247;
@@ -143,25 +144,40 @@ unsigned int DBuffer::compare(void const* other,
 //===--- Character classes ------------------------------------------------===//
 
 // Every class test: false for the empty text, else true when the virtual
-// predicate search finds no byte that fails the <ctype.h> function.
-static bool everyByte(DBuffer const& b, int (*classify)(int)) {
+// predicate search finds no byte that fails the <ctype.h> function. For a
+// plain DBuffer that search is known, so the bytes are read straight from
+// the locale's classification table, indexed by the signed char exactly as
+// the <ctype.h> functions index it; the answer is the same.
+static bool everyByte(DBuffer const& b, int (*classify)(int),
+                      unsigned short classBit) {
   if (b.length() == 0)
     return false;
+  if (typeid(b) == typeid(DBuffer)) {
+    unsigned short const* table = *__ctype_b_loc();
+    signed char const* p = reinterpret_cast<signed char const*>(b.contents());
+    unsigned short all = classBit;
+    for (unsigned int i = 0, n = b.length(); i < n; ++i)
+      all &= table[p[i]];
+    return all != 0;
+  }
   DStringTest const test(classify);
   return b.indexOfAnyBut(test, 1) == 0;
 }
 
-bool DBuffer::isAlphanumeric() const { return everyByte(*this, ::isalnum); }
-bool DBuffer::isAlphabetic() const { return everyByte(*this, ::isalpha); }
-bool DBuffer::isControl() const { return everyByte(*this, ::iscntrl); }
-bool DBuffer::isDigits() const { return everyByte(*this, ::isdigit); }
-bool DBuffer::isGraphics() const { return everyByte(*this, ::isgraph); }
-bool DBuffer::isHexDigits() const { return everyByte(*this, ::isxdigit); }
-bool DBuffer::isLowerCase() const { return everyByte(*this, ::islower); }
-bool DBuffer::isPrintable() const { return everyByte(*this, ::isprint); }
-bool DBuffer::isPunctuation() const { return everyByte(*this, ::ispunct); }
-bool DBuffer::isUpperCase() const { return everyByte(*this, ::isupper); }
-bool DBuffer::isWhiteSpace() const { return everyByte(*this, ::isspace); }
+#define D_CLASS_TEST(member, function, bit)                                    \
+  bool DBuffer::member() const { return everyByte(*this, ::function, bit); }
+D_CLASS_TEST(isAlphanumeric, isalnum, _ISalnum)
+D_CLASS_TEST(isAlphabetic, isalpha, _ISalpha)
+D_CLASS_TEST(isControl, iscntrl, _IScntrl)
+D_CLASS_TEST(isDigits, isdigit, _ISdigit)
+D_CLASS_TEST(isGraphics, isgraph, _ISgraph)
+D_CLASS_TEST(isHexDigits, isxdigit, _ISxdigit)
+D_CLASS_TEST(isLowerCase, islower, _ISlower)
+D_CLASS_TEST(isPrintable, isprint, _ISprint)
+D_CLASS_TEST(isPunctuation, ispunct, _ISpunct)
+D_CLASS_TEST(isUpperCase, isupper, _ISupper)
+D_CLASS_TEST(isWhiteSpace, isspace, _ISspace)
+#undef D_CLASS_TEST
 
 // ORs blocks of 64 bytes together as eight 64-bit words and stops at the
 // first block with a byte above 127; the tail goes byte by byte.

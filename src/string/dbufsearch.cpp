@@ -6,6 +6,7 @@
 
 #include "dstring.hpp"
 
+#include <cstdint>
 #include <cstring>
 #include <string.h> // memmem, memrchr
 
@@ -72,6 +73,56 @@ constexpr unsigned int inlineRun = 32;
 /// Converts scanForward's index into a 1-based position or 0.
 inline unsigned int positionOf(unsigned int index, unsigned int end) {
   return index == end ? 0 : index + 1;
+}
+
+/// From this many candidate positions on, lastIndexOf tests eight
+/// candidates at a time (below) instead of stopping at every byte that
+/// matches one byte of the pattern.
+constexpr unsigned int backwardWordsFrom = 16;
+
+/// Backward search, eight candidates per step: a candidate at index i can
+/// match only when t[i] is the pattern's first byte and t[i + length - 1]
+/// its last, so both are compared for eight neighbouring candidates in one
+/// 64-bit word each, and only the candidates where both agree are checked
+/// with memcmp, the highest first. Candidates are the 0-based indexes
+/// 0..last - 1 (each window lies inside the text); returns the 1-based
+/// position of the last match or 0.
+unsigned int lastIndexOfByWords(char const* text, unsigned int last,
+                                char const* pattern, unsigned int length) {
+  constexpr std::uint64_t ones = 0x0101010101010101u;
+  constexpr std::uint64_t low7 = 0x7F7F7F7F7F7F7F7Fu;
+  auto const* t = reinterpret_cast<unsigned char const*>(text);
+  auto const* p = reinterpret_cast<unsigned char const*>(pattern);
+  std::uint64_t const first = ones * p[0];
+  std::uint64_t const lastByte = ones * p[length - 1];
+  unsigned int end = last;
+  for (; end >= 8; end -= 8) {
+    unsigned int const base = end - 8;
+    std::uint64_t a, b;
+    std::memcpy(&a, t + base, 8);
+    std::memcpy(&b, t + base + length - 1, 8);
+    std::uint64_t const x = (a ^ first) | (b ^ lastByte);
+    // 0x80 in exactly the bytes where x is zero.
+    std::uint64_t both = ~(((x & low7) + low7) | x | low7);
+    while (both != 0) {
+      unsigned int const bit =
+          63u - static_cast<unsigned int>(__builtin_clzll(both));
+#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+      unsigned int const k = bit / 8;
+#else
+      unsigned int const k = 7 - bit / 8;
+#endif
+      if (std::memcmp(t + base + k, p, length) == 0)
+        return base + k + 1;
+      both &= ~(std::uint64_t(1) << bit);
+    }
+  }
+  while (end != 0) {
+    --end;
+    if (t[end] == p[0] && std::memcmp(t + end, p, length) == 0)
+      return end + 1;
+  }
+  return 0;
 }
 
 inline unsigned char const* bytesOf(DBuffer const& b) {
@@ -207,6 +258,8 @@ unsigned int DBuffer::lastIndexOf(char const* pattern, unsigned int length,
                                 static_cast<char const*>(hit) - text) +
                                 1;
   }
+  if (s >= backwardWordsFrom)
+    return lastIndexOfByWords(text, s, pattern, length);
   // Candidates begin at 1-based positions 1..s. memrchr finds the last one
   // whose final byte matches; from there a short inline run checks further
   // candidates before memrchr is asked again, so that a frequent final byte

@@ -415,7 +415,9 @@ TEST(DBufferEdit, DirectScansMatchTheSearchDrivenPath) {
   char const alphabet[] = {'a', 'z', 'A', 'Z', 'm', '@', '[', '`',
                            '{', '\0', '\xE9', '\xC9', '0'};
   for (int round = 0; round < 300; ++round) {
-    std::string src(rng() % 40, ' ');
+    // Up to 80 bytes: the case conversions work eight bytes at a time from
+    // the first letter on, then byte by byte.
+    std::string src(rng() % (round < 200 ? 40 : 80), ' ');
     for (char& c : src)
       c = alphabet[rng() % sizeof alphabet];
     std::string from(rng() % 5, ' '), to(rng() % 5, ' ');

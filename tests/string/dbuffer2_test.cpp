@@ -7,8 +7,10 @@
 #include "dstring.hpp"
 #include "dtest_support.hpp"
 
+#include <ctype.h>
 #include <dlfcn.h>
 
+#include <cctype>
 #include <cerrno>
 #include <cstring>
 #include <string>
@@ -204,6 +206,39 @@ TEST(DBufferClasses, WholeTextTests) {
   }
 }
 
+// The class tests must agree with the <ctype.h> functions given each byte
+// as a signed char, for every byte value and for every pair of bytes
+// (a pair passes only when both bytes do).
+TEST(DBufferClasses, AgreeWithCtypeForEveryByte) {
+  using Member = bool (DString::*)() const;
+  struct Class {
+    Member member;
+    int (*function)(int);
+  };
+  Class const classes[] = {
+      {&DString::isAlphanumeric, ::isalnum}, {&DString::isAlphabetic, ::isalpha},
+      {&DString::isControl, ::iscntrl},      {&DString::isDigits, ::isdigit},
+      {&DString::isGraphics, ::isgraph},     {&DString::isHexDigits, ::isxdigit},
+      {&DString::isLowerCase, ::islower},    {&DString::isPrintable, ::isprint},
+      {&DString::isPunctuation, ::ispunct},  {&DString::isUpperCase, ::isupper},
+      {&DString::isWhiteSpace, ::isspace}};
+  auto passes = [](int (*f)(int), int byte) {
+    return f(static_cast<signed char>(byte)) != 0;
+  };
+  for (auto const& c : classes) {
+    for (int a = 0; a < 256; ++a) {
+      std::string one(1, static_cast<char>(a));
+      ASSERT_EQ(passes(c.function, a), (text(one).*c.member)()) << a;
+      for (int b : {int('0'), int('a'), int('Z'), int(' '), int('!'), 0x7F, 0xE9}) {
+        std::string two = one + static_cast<char>(b);
+        ASSERT_EQ(passes(c.function, a) && passes(c.function, b),
+                  (text(two).*c.member)())
+            << a << "," << b;
+      }
+    }
+  }
+}
+
 TEST(DBufferClasses, AsciiScansLongTexts) {
   std::string const plain(1000, 'a');
   EXPECT_TRUE(text(plain).isASCII());
@@ -228,4 +263,45 @@ TEST(DBufferClasses, MultibyteAnswersAreConstants) {
     EXPECT_FALSE(b->includesMBCS());
     EXPECT_FALSE(b->includesDBCS());
   }
+}
+
+// Long texts of an exact DBuffer are read straight through the locale's
+// classification table: every class must still answer as the byte-by-byte
+// predicate does, with bytes from 0x80 passed as negative values, wherever
+// the one failing byte sits.
+TEST(DBufferClasses, LongTextsAgreeWithTheBytePredicates) {
+  int (*const classes[])(int) = {::isalnum, ::isalpha, ::iscntrl,
+                                 ::isdigit, ::isgraph, ::isxdigit,
+                                 ::islower, ::isprint, ::ispunct,
+                                 ::isupper, ::isspace};
+  auto answers = [](DString const& s) {
+    return std::vector<bool>{s.isAlphanumeric(), s.isAlphabetic(),
+                             s.isControl(),      s.isDigits(),
+                             s.isGraphics(),     s.isHexDigits(),
+                             s.isLowerCase(),    s.isPrintable(),
+                             s.isPunctuation(),  s.isUpperCase(),
+                             s.isWhiteSpace()};
+  };
+  auto expected = [&](std::string const& t) {
+    std::vector<bool> want;
+    for (auto classify : classes) {
+      bool all = true;
+      for (char c : t)
+        all = all && classify(static_cast<signed char>(c)) != 0;
+      want.push_back(all);
+    }
+    return want;
+  };
+  std::string const fillers[] = {"7", "b", "Q", " ", "\x01", "~"};
+  for (std::string const& fill : fillers)
+    for (std::size_t length : {255u, 256u, 300u, 1000u})
+      for (int other = 0; other < 256; other += 5)
+        for (std::size_t at : {std::size_t(0), length / 2, length - 1}) {
+          std::string t(length, fill[0]);
+          t[at] = static_cast<char>(other);
+          SCOPED_TRACE(testing::Message()
+                       << "fill " << int(fill[0]) << " length " << length
+                       << " byte " << other << " at " << at);
+          ASSERT_EQ(expected(t), answers(text(t)));
+        }
 }

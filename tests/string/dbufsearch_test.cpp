@@ -354,3 +354,33 @@ TEST(DBufferSearch, RandomAgainstReferenceScan) {
     }
   }
 }
+
+// lastIndexOf on long texts: texts over two bytes with patterns full of
+// repeats (many candidates share the final byte, the last match must win),
+// and over all byte values with long patterns.
+TEST(DBufferSearch, LastIndexOfLongTextsAgainstReferenceScan) {
+  std::mt19937 rng(4711);
+  auto randomString = [&](unsigned int length, unsigned int spread) {
+    std::string s(length, ' ');
+    for (char& c : s)
+      c = static_cast<char>(spread == 256 ? rng() % 256 : 'a' + rng() % spread);
+    return s;
+  };
+  for (int round = 0; round < 400; ++round) {
+    bool const wide = round % 4 == 3;
+    std::string t = randomString(64 + rng() % 2000, wide ? 256 : 2);
+    std::string p = wide ? randomString(1 + rng() % 300, 256)
+                         : randomString(2 + rng() % 10, 2);
+    if (round % 2 == 0 && p.size() <= t.size()) // plant one occurrence
+      t.replace(rng() % (t.size() - p.size() + 1), p.size(), p);
+    DString const s = text(t);
+    unsigned int const starts[] = {
+        0xFFFFFFFFu, len(t), static_cast<unsigned int>(rng() % (len(t) + 1))};
+    for (unsigned int start : starts) {
+      SCOPED_TRACE(testing::Message() << "round " << round << " start "
+                                      << start);
+      ASSERT_EQ(refLastIndexOf(t, p, start),
+                s.lastIndexOf(p.data(), len(p), start));
+    }
+  }
+}
