@@ -15,8 +15,8 @@ CC=clang CXX=clang++ cmake -S . -B "$dir" -G Ninja -DZYN_FUZZ=ON \
 cmake --build "$dir" -j2
 mkdir -p "$dir/artifacts" "$dir/locales"
 # The multibyte locales, built as the test suite builds them.
-for spec in en_US.UTF-8:en_US:UTF-8 ja_JP.eucJP:ja_JP:EUC-JP zh_CN.gb18030:zh_CN:GB18030; do
-  IFS=: read -r name source charmap <<< "$spec"
+for entry in en_US.UTF-8:en_US:UTF-8 ja_JP.eucJP:ja_JP:EUC-JP zh_CN.gb18030:zh_CN:GB18030; do
+  IFS=: read -r name source charmap <<< "$entry"
   [ -f "$dir/locales/$name/LC_CTYPE" ] ||
     localedef -i "$source" -f "$charmap" "$dir/locales/$name" >/dev/null 2>&1 || true
 done
