@@ -4,6 +4,7 @@
 // locale, and the empty-format overflow.
 #include "ddate.hpp"
 
+#include "dtest_child.hpp"
 #include "dtest_support.hpp"
 
 #include <cstdint>
@@ -444,41 +445,14 @@ TEST(DDateFormat, FollowsMktimeInTheLocalZone) {
 // 32 bits. In a child with a small address space the doubling stops early
 // with the out-of-memory report instead; either ends the loop.
 TEST(DDateFormat, EmptyOutputEndsInAnException) {
-#if defined(__SANITIZE_ADDRESS__)
-  GTEST_SKIP() << "address-space limits do not mix with the sanitizer";
-#endif
-  pid_t child = fork();
-  ASSERT_NE(-1, child);
-  if (child == 0) {
-    std::freopen("/dev/null", "w", stderr);
-    long pages = 0;
-    if (std::FILE* statm = std::fopen("/proc/self/statm", "r")) {
-      if (std::fscanf(statm, "%ld", &pages) != 1)
-        pages = 0;
-      std::fclose(statm);
-    }
-    rlim_t const cap = static_cast<rlim_t>(pages) * sysconf(_SC_PAGESIZE) +
-                       (rlim_t{256} << 20);
-    struct rlimit limit = {cap, cap};
-    setrlimit(RLIMIT_AS, &limit);
-    int code = 4;
-    try {
-      DDate(DDate::March, 5, 2001).asString("");
-      code = 0;
-    } catch (DInvalidRequest const& e) {
-      code = e.errorId() == 1010 ? 1 : 5;
-    } catch (DOutOfMemory const&) {
-      code = 2;
-    } catch (std::bad_alloc const&) {
-      code = 3;
-    }
-    _exit(code);
-  }
-  int status = 0;
-  ASSERT_EQ(child, waitpid(child, &status, 0));
-  ASSERT_TRUE(WIFEXITED(status));
-  int const code = WEXITSTATUS(status);
-  EXPECT_TRUE(code == 1 || code == 2) << "child exit " << code;
+  if (dtest::underSanitizer())
+    GTEST_SKIP() << "address-space limits do not mix with the sanitizer";
+  using dtest::LimitedOutcome;
+  LimitedOutcome const outcome = dtest::runWithLimitedMemory(
+      std::size_t{256} << 20, [] { DDate(DDate::March, 5, 2001).asString(""); });
+  EXPECT_TRUE(outcome == LimitedOutcome::overflow ||
+              outcome == LimitedOutcome::outOfMemory)
+      << "child exit " << static_cast<int>(outcome);
 }
 
 //===--- Multibyte locales ------------------------------------------------===//

@@ -3,6 +3,7 @@
 // locale, and the empty-format overflow.
 #include "dtime.hpp"
 
+#include "dtest_child.hpp"
 #include "dtest_support.hpp"
 
 #include <cstdint>
@@ -188,41 +189,14 @@ TEST(DTimeFormat, FollowsMktimeInTheLocalZone) {
 // until the length passes 32 bits; in a child with a small address space
 // the out-of-memory report ends the loop first.
 TEST(DTimeFormat, EmptyOutputEndsInAnException) {
-#if defined(__SANITIZE_ADDRESS__)
-  GTEST_SKIP() << "address-space limits do not mix with the sanitizer";
-#endif
+  if (dtest::underSanitizer())
+    GTEST_SKIP() << "address-space limits do not mix with the sanitizer";
+  using dtest::LimitedOutcome;
   for (char const* format : {static_cast<char const*>(nullptr), ""}) {
-    pid_t child = fork();
-    ASSERT_NE(-1, child);
-    if (child == 0) {
-      std::freopen("/dev/null", "w", stderr);
-      long pages = 0;
-      if (std::FILE* statm = std::fopen("/proc/self/statm", "r")) {
-        if (std::fscanf(statm, "%ld", &pages) != 1)
-          pages = 0;
-        std::fclose(statm);
-      }
-      rlim_t const cap = static_cast<rlim_t>(pages) * sysconf(_SC_PAGESIZE) +
-                         (rlim_t{256} << 20);
-      struct rlimit limit = {cap, cap};
-      setrlimit(RLIMIT_AS, &limit);
-      int code = 4;
-      try {
-        DTime(1, 0, 0).asString(format);
-        code = 0;
-      } catch (DInvalidRequest const& e) {
-        code = e.errorId() == 1010 ? 1 : 5;
-      } catch (DOutOfMemory const&) {
-        code = 2;
-      } catch (std::bad_alloc const&) {
-        code = 3;
-      }
-      _exit(code);
-    }
-    int status = 0;
-    ASSERT_EQ(child, waitpid(child, &status, 0));
-    ASSERT_TRUE(WIFEXITED(status));
-    int const code = WEXITSTATUS(status);
-    EXPECT_TRUE(code == 1 || code == 2) << "child exit " << code;
+    LimitedOutcome const outcome = dtest::runWithLimitedMemory(
+        std::size_t{256} << 20, [format] { DTime(1, 0, 0).asString(format); });
+    EXPECT_TRUE(outcome == LimitedOutcome::overflow ||
+                outcome == LimitedOutcome::outOfMemory)
+        << "child exit " << static_cast<int>(outcome);
   }
 }

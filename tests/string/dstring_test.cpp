@@ -5,9 +5,6 @@
 #include "dtest_child.hpp"
 #include "dtest_support.hpp"
 
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <climits>
 #include <cstdlib>
@@ -208,28 +205,14 @@ TEST(DBufferOverflow, ReportLinesAndReceiverUnchanged) {
 TEST(DBufferOverflow, LargestLengthPassesTheCheck) {
   if (dtest::underSanitizer())
     GTEST_SKIP() << "address-space limits do not work under the sanitizer";
-  pid_t child = fork();
-  ASSERT_NE(-1, child);
-  if (child == 0) {
-    struct rlimit limit = {512u << 20, 512u << 20};
-    setrlimit(RLIMIT_AS, &limit);
-    int code = 3;
-    try {
-      DBuffer::defaultBuffer()->allocate(4294967270u);
-      code = 0;
-    } catch (DInvalidRequest const&) {
-      code = 1;
-    } catch (DOutOfMemory const&) {
-      code = 2;
-    } catch (std::bad_alloc const&) {
-      code = 2;
-    }
-    _exit(code);
-  }
-  int status = 0;
-  ASSERT_EQ(child, waitpid(child, &status, 0));
-  ASSERT_TRUE(WIFEXITED(status));
-  EXPECT_EQ(2, WEXITSTATUS(status));
+  using dtest::LimitedOutcome;
+  LimitedOutcome const outcome =
+      dtest::runWithLimitedMemory(std::size_t{256} << 20, [] {
+        DBuffer::defaultBuffer()->allocate(4294967270u);
+      });
+  EXPECT_TRUE(outcome == LimitedOutcome::outOfMemory ||
+              outcome == LimitedOutcome::badAlloc)
+      << "child exit " << static_cast<int>(outcome);
 }
 
 //===--- Debug descriptions -----------------------------------------------===//
@@ -314,21 +297,15 @@ TEST(DStringI18N, EnvironmentValues) {
                         {"of", 0},  {nullptr, 0}};
   for (auto const& c : cases) {
     SCOPED_TRACE(c.value ? c.value : "(unset)");
-    pid_t child = fork();
-    ASSERT_NE(-1, child);
-    if (child == 0) {
-      if (c.value)
-        setenv("KOVRA_I18N", c.value, 1);
-      else
-        unsetenv("KOVRA_I18N");
-      setenv("ZYN_EXPECT_I18N", c.want ? "1" : "0", 1);
-      execl("/proc/self/exe", "zyn_tests", "--gtest_filter=DStringI18NChild.*",
-            static_cast<char*>(nullptr));
-      _exit(127);
-    }
-    int status = 0;
-    ASSERT_EQ(child, waitpid(child, &status, 0));
-    ASSERT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(0, WEXITSTATUS(status));
+    std::vector<std::pair<std::string, std::string>> set = {
+        {"ZYN_EXPECT_I18N", c.want ? "1" : "0"}};
+    std::vector<std::string> unset;
+    if (c.value)
+      set.emplace_back("KOVRA_I18N", c.value);
+    else
+      unset.emplace_back("KOVRA_I18N");
+    dtest::ChildResult const r =
+        dtest::runSelf("DStringI18NChild.*", set, unset);
+    EXPECT_EQ(0, r.exitCode) << r.output;
   }
 }

@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <new>
 #include <fcntl.h>
 #include <functional>
 #include <string>
@@ -19,6 +20,8 @@
 #include <unistd.h>
 #include <utility>
 #include <vector>
+
+#include "dexcept.hpp"
 
 extern char** environ;
 
@@ -83,9 +86,9 @@ inline ChildResult waitFor(pid_t pid, int readEnd) {
   return result;
 }
 
-/// Runs \p body in a forked child with standard output and error sent to
-/// a pipe; the child exits with what \p body returns (99 if it throws).
-inline ChildResult runInChild(std::function<int()> const& body) {
+/// Forks with the child's standard output and error sent to a pipe, runs
+/// \p child there (it must not return), and collects the result.
+inline ChildResult forkPiped(std::function<void()> const& child) {
   std::fflush(nullptr);
   int fds[2];
   if (::pipe(fds) != 0)
@@ -96,6 +99,17 @@ inline ChildResult runInChild(std::function<int()> const& body) {
     ::dup2(fds[1], 1);
     ::dup2(fds[1], 2);
     ::close(fds[1]);
+    child();
+    ::_exit(127);
+  }
+  ::close(fds[1]);
+  return waitFor(pid, fds[0]);
+}
+
+/// Runs \p body in a forked child with standard output and error sent to
+/// a pipe; the child exits with what \p body returns (99 if it throws).
+inline ChildResult runInChild(std::function<int()> const& body) {
+  return forkPiped([&body] {
     int code = 99;
     try {
       code = body();
@@ -106,9 +120,7 @@ inline ChildResult runInChild(std::function<int()> const& body) {
     }
     std::fflush(nullptr);
     ::_exit(code);
-  }
-  ::close(fds[1]);
-  return waitFor(pid, fds[0]);
+  });
 }
 
 /// Lowers this process's address-space limit to its present size plus
@@ -128,6 +140,39 @@ inline bool limitAddressSpace(std::size_t extraBytes) {
   lowered.rlim_cur =
       pages * static_cast<unsigned long>(::sysconf(_SC_PAGESIZE)) + extraBytes;
   return ::setrlimit(RLIMIT_AS, &lowered) == 0;
+}
+
+/// How work run under a lowered address-space limit ended.
+enum class LimitedOutcome {
+  returned = 0,
+  overflow = 1,    ///< DInvalidRequest 1010
+  outOfMemory = 2, ///< DOutOfMemory from the library's new-handler
+  badAlloc = 3,    ///< std::bad_alloc
+  other = 4
+};
+
+/// Runs \p work in a child whose address space is its present size plus
+/// \p extraBytes, and tells how it ended.
+inline LimitedOutcome runWithLimitedMemory(std::size_t extraBytes,
+                                           std::function<void()> const& work) {
+  ChildResult const r = runInChild([&] {
+    if (!limitAddressSpace(extraBytes))
+      return static_cast<int>(LimitedOutcome::other);
+    try {
+      work();
+      return static_cast<int>(LimitedOutcome::returned);
+    } catch (DInvalidRequest const& e) {
+      return static_cast<int>(e.errorId() == 1010 ? LimitedOutcome::overflow
+                                                  : LimitedOutcome::other);
+    } catch (DOutOfMemory const&) {
+      return static_cast<int>(LimitedOutcome::outOfMemory);
+    } catch (std::bad_alloc const&) {
+      return static_cast<int>(LimitedOutcome::badAlloc);
+    }
+  });
+  return r.exitCode >= 0 && r.exitCode <= 3
+             ? static_cast<LimitedOutcome>(r.exitCode)
+             : LimitedOutcome::other;
 }
 
 /// Runs this test program again (a fresh process: no library state) with
@@ -162,22 +207,7 @@ runSelf(std::string const& filter,
   ssize_t const got = ::readlink("/proc/self/exe", exe, sizeof exe - 1);
   exe[got > 0 ? got : 14] = '\0';
   char* argv[] = {exe, &filterArg[0], nullptr};
-
-  std::fflush(nullptr);
-  int fds[2];
-  if (::pipe(fds) != 0)
-    return ChildResult{};
-  pid_t const pid = ::fork();
-  if (pid == 0) {
-    ::close(fds[0]);
-    ::dup2(fds[1], 1);
-    ::dup2(fds[1], 2);
-    ::close(fds[1]);
-    ::execve(exe, argv, envp.data());
-    ::_exit(127);
-  }
-  ::close(fds[1]);
-  return waitFor(pid, fds[0]);
+  return forkPiped([&] { ::execve(exe, argv, envp.data()); });
 }
 
 /// The lines of \p text that start with \p prefix, prefix removed.
