@@ -46,14 +46,23 @@ inline int predicateArgument(unsigned char c) {
   return static_cast<signed char>(c);
 }
 
-/// First index in [from, end) whose byte satisfies \p accept, else end.
+/// 1-based position of the first byte at 1-based positions \p first ..
+/// \p end that satisfies \p accept, else 0.
 template <class Accept>
-unsigned int scanForward(unsigned char const* text, unsigned int from,
+unsigned int scanForward(unsigned char const* text, unsigned int first,
                          unsigned int end, Accept accept) {
-  for (unsigned int i = from; i < end; ++i)
-    if (accept(text[i]))
-      return i;
-  return end;
+  for (unsigned int p = first; p <= end; ++p)
+    if (accept(text[p - 1]))
+      return p;
+  return 0;
+}
+
+/// The predicate forms' acceptance: bytes whose test() answer is non-zero
+/// exactly when \p wanted.
+inline auto testedBy(DStringTest const& test, bool wanted) {
+  return [&test, wanted](unsigned char c) {
+    return (test.test(predicateArgument(c)) != 0) == wanted;
+  };
 }
 
 /// 1-based position of the last byte at 1-based positions 1..\p last that
@@ -69,11 +78,6 @@ unsigned int scanBackward(unsigned char const* text, unsigned int last,
 
 /// Candidates lastIndexOf() checks inline after each memrchr hit.
 constexpr unsigned int inlineRun = 32;
-
-/// Converts scanForward's index into a 1-based position or 0.
-inline unsigned int positionOf(unsigned int index, unsigned int end) {
-  return index == end ? 0 : index + 1;
-}
 
 /// From this many candidate positions on, lastIndexOf tests eight
 /// candidates at a time (below) instead of stopping at every byte that
@@ -191,9 +195,8 @@ unsigned int DBuffer::indexOfAnyOf(char const* set, unsigned int length,
                                 1;
   }
   ByteSet const members(set, length);
-  return positionOf(scanForward(bytesOf(*this), s - 1, end,
-                                [&](unsigned char c) { return members.has(c); }),
-                    end);
+  return scanForward(bytesOf(*this), s, end,
+                     [&](unsigned char c) { return members.has(c); });
 }
 
 unsigned int DBuffer::indexOfAnyOf(DStringTest const& test,
@@ -201,12 +204,7 @@ unsigned int DBuffer::indexOfAnyOf(DStringTest const& test,
   unsigned int const s = startSearch(start, 1);
   if (s == 0)
     return 0;
-  unsigned int const end = length();
-  return positionOf(scanForward(bytesOf(*this), s - 1, end,
-                                [&](unsigned char c) {
-                                  return test.test(predicateArgument(c)) != 0;
-                                }),
-                    end);
+  return scanForward(bytesOf(*this), s, length(), testedBy(test, true));
 }
 
 unsigned int DBuffer::indexOfAnyBut(char const* set, unsigned int length,
@@ -219,15 +217,12 @@ unsigned int DBuffer::indexOfAnyBut(char const* set, unsigned int length,
   unsigned int const end = this->length();
   if (length == 1) {
     unsigned char const only = static_cast<unsigned char>(set[0]);
-    return positionOf(scanForward(bytesOf(*this), s - 1, end,
-                                  [=](unsigned char c) { return c != only; }),
-                      end);
+    return scanForward(bytesOf(*this), s, end,
+                       [=](unsigned char c) { return c != only; });
   }
   ByteSet const members(set, length);
-  return positionOf(
-      scanForward(bytesOf(*this), s - 1, end,
-                  [&](unsigned char c) { return !members.has(c); }),
-      end);
+  return scanForward(bytesOf(*this), s, end,
+                     [&](unsigned char c) { return !members.has(c); });
 }
 
 unsigned int DBuffer::indexOfAnyBut(DStringTest const& test,
@@ -235,12 +230,7 @@ unsigned int DBuffer::indexOfAnyBut(DStringTest const& test,
   unsigned int const s = startSearch(start, 1);
   if (s == 0)
     return 0;
-  unsigned int const end = length();
-  return positionOf(scanForward(bytesOf(*this), s - 1, end,
-                                [&](unsigned char c) {
-                                  return test.test(predicateArgument(c)) == 0;
-                                }),
-                    end);
+  return scanForward(bytesOf(*this), s, length(), testedBy(test, false));
 }
 
 //===--- Backward search --------------------------------------------------===//
@@ -309,9 +299,7 @@ unsigned int DBuffer::lastIndexOfAnyOf(DStringTest const& test,
   unsigned int const s = startBackwardsSearch(start, 1);
   if (s == 0)
     return 0;
-  return scanBackward(bytesOf(*this), s, [&](unsigned char c) {
-    return test.test(predicateArgument(c)) != 0;
-  });
+  return scanBackward(bytesOf(*this), s, testedBy(test, true));
 }
 
 unsigned int DBuffer::lastIndexOfAnyBut(char const* set, unsigned int length,
@@ -336,9 +324,7 @@ unsigned int DBuffer::lastIndexOfAnyBut(DStringTest const& test,
   unsigned int const s = startBackwardsSearch(start, 1);
   if (s == 0)
     return 0;
-  return scanBackward(bytesOf(*this), s, [&](unsigned char c) {
-    return test.test(predicateArgument(c)) == 0;
-  });
+  return scanBackward(bytesOf(*this), s, testedBy(test, false));
 }
 
 //===--- Extraction -------------------------------------------------------===//
