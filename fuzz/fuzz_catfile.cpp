@@ -56,9 +56,14 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data,
                            2ul, 0xFFFFFFFFul}) {
     DMessageText const message(id, path.c_str());
     std::string const text = message.text();
-    DMessageText copy(message);
-    copy.setDefaultText("default");
-    bool const loaded = std::strcmp(copy.text(), "default") != 0;
+    // A default text replaces only a text that was not loaded; two
+    // different ones tell the cases apart whatever the file holds.
+    DMessageText first(message);
+    DMessageText second(message);
+    first.setDefaultText("a");
+    second.setDefaultText("b");
+    bool const loaded = std::strcmp(first.text(), "a") != 0 ||
+                        std::strcmp(second.text(), "b") != 0;
     if (loaded ? !isStringOf(input, text, "") &&
                      !isStringOf(input, text, "\r\n")
                : text != "Unable to load text from message file.")

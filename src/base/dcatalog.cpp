@@ -78,8 +78,6 @@ bool isSoundCatalogue(int fd) {
       info.st_size < static_cast<off_t>(headerBytes))
     return false;
   std::uint64_t const size = static_cast<std::uint64_t>(info.st_size);
-  if (size > SIZE_MAX)
-    return false;
   Mapping const mapping(fd, static_cast<std::size_t>(size));
   unsigned char const* const bytes = mapping.bytes();
   if (bytes == nullptr)
