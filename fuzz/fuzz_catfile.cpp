@@ -52,8 +52,8 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data,
   writeFile(path, data, size);
   std::string const input(reinterpret_cast<char const*>(data), size);
   // The library's message numbers, and two that hash elsewhere.
-  for (unsigned long id : {1ul, 4ul, 185ul, 186ul, 1010ul, 1011ul, 1012ul,
-                           2ul, 0xFFFFFFFFul}) {
+  for (unsigned long id :
+       {1ul, 4ul, 185ul, 186ul, 1010ul, 1011ul, 1012ul, 2ul, 0xFFFFFFFFul}) {
     DMessageText const message(id, path.c_str());
     std::string const text = message.text();
     // A default text replaces only a text that was not loaded; two
@@ -64,9 +64,9 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data,
     second.setDefaultText("b");
     bool const loaded = std::strcmp(first.text(), "a") != 0 ||
                         std::strcmp(second.text(), "b") != 0;
-    if (loaded ? !isStringOf(input, text, "") &&
-                     !isStringOf(input, text, "\r\n")
-               : text != "Unable to load text from message file.")
+    if (loaded
+            ? !isStringOf(input, text, "") && !isStringOf(input, text, "\r\n")
+            : text != "Unable to load text from message file.")
       dfuzz::fail("catfile", "message " + std::to_string(id) + " gave " +
                                  dfuzz::show(text) + " from " +
                                  dfuzz::show(input.substr(0, 64)));
