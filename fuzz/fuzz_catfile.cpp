@@ -15,7 +15,8 @@
 
 namespace {
 
-// One scratch file per process, rewritten for every input.
+// One scratch file per process, rewritten for every input and removed at
+// exit.
 std::string const& scratchFile() {
   static std::string const path = [] {
     char name[] = "/tmp/zyn-fuzz-catalogue-XXXXXX";
@@ -25,6 +26,9 @@ std::string const& scratchFile() {
     ::close(fd);
     return std::string(name);
   }();
+  static bool const removedAtExit =
+      std::atexit([] { ::unlink(scratchFile().c_str()); }) == 0;
+  (void)removedAtExit;
   return path;
 }
 
