@@ -2,8 +2,9 @@
 # Installs the library from build/ into a scratch prefix and builds a small
 # consumer (tests/consumer/) against it twice: with pkg-config and with the
 # CMake package. Both must run and read their exception text from the
-# installed catalogue (pkg-config variable msgfile). When gdb is present,
-# the installed auto-load file must bring up the pretty-printers.
+# installed catalogue (pkg-config variable msgfile, and unnamed in a UTF-8
+# locale). When gdb is present, the installed auto-load file must bring up
+# the pretty-printers.
 #   scripts/consumer-check.sh [prefix]      (default /tmp/zyn-install)
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -28,6 +29,10 @@ run() { env LD_LIBRARY_PATH="$libdir" "KOVRA MSGFILE=$msgfile" "$@"; }
 g++ -std=c++17 -o "$work/consumer-pc" tests/consumer/consumer.cpp \
   $(pkg-config --cflags --libs zyncmncoll)
 run "$work/consumer-pc" 2>/dev/null
+# Without the variable, in a locale the C library's search would put in
+# the path, the library finds the catalogue its installation put in place.
+env -u "KOVRA MSGFILE" -u NLSPATH -u LC_ALL LANG=en_US.UTF-8 \
+  LD_LIBRARY_PATH="$libdir" "$work/consumer-pc" 2>/dev/null
 echo "consumer: pkg-config build ran"
 
 # 2. find_package(zyncmncoll CONFIG) -> zyncmncoll::zyncmncoll.

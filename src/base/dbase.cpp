@@ -2,6 +2,7 @@
 // and the load-time object DKOVR_Init with the out-of-memory handler.
 #include "dbase.hpp"
 
+#include "base/dcatalog_p.hpp"
 #include "base/dnewhandler_p.hpp"
 #include "base/dthrow_p.hpp"
 
@@ -12,6 +13,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <mutex>
 #include <new>
 #include <nl_types.h>
 #include <ostream>
@@ -81,12 +83,18 @@ DMessageText DBase::messageText(unsigned long id, char const* s1,
 }
 
 // The variable name holds a blank; a set but empty value is used as is.
+// The first use is made once, under call_once: threads that raise their
+// first exceptions together would otherwise both store a name, freeing the
+// other's copy. A name set before the first use stays.
 char const* DBase::messageFile() {
-  if (msgFile == nullptr) {
+  static std::once_flag firstUse;
+  std::call_once(firstUse, [] {
+    if (msgFile != nullptr)
+      return;
     char const* fromEnvironment = std::getenv("KOVRA MSGFILE");
     setMessageFile(fromEnvironment != nullptr ? fromEnvironment
                                               : defaultCatalogue);
-  }
+  });
   return msgFile;
 }
 
@@ -149,11 +157,15 @@ char* DMessageText::replaceVars(char const* text, char** values,
 }
 
 namespace {
-// An open catalogue, closed on every path out. The result of catopen is
-// not tested: a failed open makes catgets find nothing.
+// An open catalogue, closed on every path out. The open is not tested: a
+// failed one makes catgets find nothing. Only the default name, however it
+// came, may fall back to the catalogue installed with the library; any
+// other name that leads to no sound catalogue leaves the fallback text.
 class OpenCatalogue {
 public:
-  explicit OpenCatalogue(char const* name) : handle(catopen(name, 0)) {}
+  explicit OpenCatalogue(char const* name)
+      : handle(dinternal::openCatalogue(
+            name, std::strcmp(name, defaultCatalogue) == 0)) {}
   ~OpenCatalogue() { catclose(handle); }
   OpenCatalogue(OpenCatalogue const&) = delete;
   OpenCatalogue& operator=(OpenCatalogue const&) = delete;

@@ -8,10 +8,19 @@
 #include "dtest_child.hpp"
 #include "dtest_support.hpp"
 
+#include <atomic>
+#include <cstdint>
 #include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <new>
+#include <nl_types.h>
 #include <sstream>
 #include <string>
+#include <sys/stat.h>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -350,4 +359,240 @@ TEST(DMessageText, AllocationBypassesNewHandler) {
   EXPECT_EQ(0, child.exitCode) << child.output;
   std::vector<std::string> const want = {"bad_alloc", "bad_alloc", "file kept"};
   EXPECT_EQ(want, dtest::linesWith(child.output, "child: "));
+}
+
+// Run only as a fresh child by DBaseThread.FirstUseFromTwoThreads: two
+// threads raise the process's first library exceptions at once, so both
+// make the first use of the catalogue name.
+TEST(DBaseFreshProcess, TwoThreadsRaiseFirst) {
+  if (std::getenv("ZYN_FRESH_THREADS") == nullptr)
+    GTEST_SKIP() << "runs only in a child started by DBaseThread tests";
+  DString const first("made before the threads start");
+  std::atomic<bool> go(false);
+  std::string texts[2];
+  auto raise = [&](int k) {
+    while (!go.load())
+      std::this_thread::yield();
+    try {
+      DString const tooLong(nullptr, 0xFFFFFFFFu, ' ');
+    } catch (DException const& e) {
+      texts[k] = e.text();
+    }
+  };
+  std::thread a(raise, 0);
+  std::thread b(raise, 1);
+  go.store(true);
+  a.join();
+  b.join();
+  std::printf("fresh: file [%s]\nfresh: %s\nfresh: %s\n", DBase::messageFile(),
+              texts[0].c_str(), texts[1].c_str());
+}
+
+// Fails under ThreadSanitizer (the child reports the race and exits 66)
+// when the first use of the name is not made once.
+TEST(DBaseThread, FirstUseFromTwoThreads) {
+  std::string const text1010 = DBase::messageText(1010).text();
+  ASSERT_STRNE(missingText, text1010.c_str());
+  dtest::ChildResult const child = dtest::runSelf(
+      "DBaseFreshProcess.TwoThreadsRaiseFirst", {{"ZYN_FRESH_THREADS", "1"}});
+  EXPECT_EQ(0, child.exitCode) << child.output;
+  std::vector<std::string> const want = {
+      std::string("file [") + DBase::messageFile() + "]", text1010, text1010};
+  EXPECT_EQ(want, dtest::linesWith(child.output, "fresh: "));
+}
+
+namespace {
+
+std::string fileBytes(std::string const& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in),
+                     std::istreambuf_iterator<char>());
+}
+
+// A scratch directory, removed with everything in it.
+class ScratchDir {
+public:
+  ScratchDir() {
+    char name[] = "/tmp/zyn-catalogue-XXXXXX";
+    if (::mkdtemp(name) != nullptr)
+      path = name;
+  }
+  ~ScratchDir() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path, ignored);
+  }
+  ScratchDir(ScratchDir const&) = delete;
+  ScratchDir& operator=(ScratchDir const&) = delete;
+  // Writes \p bytes to \p name below the directory (parents made).
+  std::string put(std::string const& name, std::string const& bytes) const {
+    std::string const full = path + "/" + name;
+    std::filesystem::create_directories(
+        std::filesystem::path(full).parent_path());
+    std::ofstream(full, std::ios::binary) << bytes;
+    return full;
+  }
+  std::string path;
+};
+
+std::uint32_t wordOf(std::string const& bytes, std::size_t offset) {
+  std::uint32_t word;
+  std::memcpy(&word, bytes.data() + offset, sizeof word);
+  return word;
+}
+
+std::string withWord(std::string bytes, std::size_t offset,
+                     std::uint32_t word) {
+  std::memcpy(&bytes[offset], &word, sizeof word);
+  return bytes;
+}
+
+// Message 1 ("Bad %1 at %2") of \p catalogue in a forked child, with
+// \p env set and in \p cwd when given: its text, or how the child ended (a
+// crash or hang ends only the child; the alarm is a watchdog). With
+// \p alsoRaw, the C library's own catopen(name, 0) is asked too and
+// " (raw found)" or " (raw none)" appended.
+std::string
+messageInChild(std::string const& catalogue,
+               std::vector<std::pair<std::string, std::string>> const& env,
+               std::string const& cwd, bool alsoRaw) {
+  dtest::ChildResult const child = dtest::runInChild([&] {
+    ::alarm(60);
+    for (auto const& e : env)
+      setenv(e.first.c_str(), e.second.c_str(), 1);
+    if (!cwd.empty() && ::chdir(cwd.c_str()) != 0)
+      return 2;
+    DMessageText const m(1, catalogue.c_str(), "x", "y");
+    std::printf("child: %s", m.text());
+    if (alsoRaw) {
+      nl_catd const raw = catopen(catalogue.c_str(), 0);
+      std::printf(" (raw %s)",
+                  catgets(raw, 1, 1, nullptr) != nullptr ? "found" : "none");
+      catclose(raw);
+    }
+    std::printf("\n");
+    return 0;
+  });
+  if (child.signal != 0)
+    return "signal " + std::to_string(child.signal);
+  std::vector<std::string> const lines =
+      dtest::linesWith(child.output, "child: ");
+  if (child.exitCode != 0 || lines.size() != 1)
+    return "exit " + std::to_string(child.exitCode) + ": " + child.output;
+  return lines[0];
+}
+
+} // namespace
+
+// catopen and catgets trust the header (plane size 0 divides by zero, a
+// large plane size or depth reads past the mapped file) and catopen blocks
+// on a FIFO: every such file, named or found by the search, gives the
+// fallback text in a process that keeps running.
+TEST(DMessageText, DamagedCataloguesGiveFallbackText) {
+  std::string const good = fileBytes(testCatalogue);
+  ASSERT_GT(good.size(), 12u);
+  std::uint32_t const planeSize = wordOf(good, 4);
+  std::uint32_t const planeDepth = wordOf(good, 8);
+  std::size_t const pool = 12 + 24 * std::size_t{planeSize} * planeDepth;
+  ASSERT_LT(pool, good.size());
+  // The entry of set 1, message 1 in the table in this machine's order
+  // (gencat stores set numbers one up).
+  std::size_t entry = 0;
+  std::size_t const table = __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+                                ? 12
+                                : 12 + 12 * std::size_t{planeSize} * planeDepth;
+  for (std::size_t e = table; e < table + 12u * planeSize * planeDepth; e += 12)
+    if (wordOf(good, e) == 2 && wordOf(good, e + 4) == 1)
+      entry = e;
+  ASSERT_NE(0u, entry);
+  std::string swappedHeader = good;
+  for (std::size_t at = 0; at < 12; at += 4)
+    swappedHeader =
+        withWord(swappedHeader, at, __builtin_bswap32(wordOf(good, at)));
+
+  ScratchDir const dir;
+  ASSERT_FALSE(dir.path.empty());
+  std::string const found = "Bad x at y";
+  std::string const name = "dbase_test.cat";
+  dir.put("ok/" + name, good);
+  dir.put("de/DE/UTF-8/" + name, good);
+  dir.put("zero/" + name, withWord(good, 4, 0));
+  std::filesystem::create_directories(dir.path + "/dir/" + name);
+  std::filesystem::create_directories(dir.path + "/fifo");
+  ASSERT_EQ(0, ::mkfifo((dir.path + "/fifo/" + name).c_str(), 0600));
+
+  struct Case {
+    char const* what;
+    std::string catalogue;
+    std::string want;
+    std::vector<std::pair<std::string, std::string>> env = {};
+    std::string cwd = {};
+    bool raw = false; // also ask catopen itself (file sound or absent)
+  };
+  std::string const d = dir.path;
+  auto nls = [](std::string const& value)
+      -> std::vector<std::pair<std::string, std::string>> {
+    return {{"NLSPATH", value}, {"LANG", "de_DE.UTF-8"}};
+  };
+  Case const cases[] = {
+      {"intact copy", dir.put("intact.cat", good), found},
+      {"header in the other byte order", dir.put("swapped.cat", swappedHeader),
+       found},
+      {"plane size 0", d + "/zero/" + name, missingText},
+      {"plane size 0xFFFFFFFF",
+       dir.put("huge.cat", withWord(good, 4, 0xFFFFFFFFu)), missingText},
+      {"plane size 2^20", dir.put("big.cat", withWord(good, 4, 1u << 20)),
+       missingText},
+      {"plane depth 0", dir.put("flat.cat", withWord(good, 8, 0)), missingText},
+      {"plane depth 2^30", dir.put("deep.cat", withWord(good, 8, 1u << 30)),
+       missingText},
+      {"plane size x depth wraps to 0 in 32 bits",
+       dir.put("wrap.cat", withWord(withWord(good, 4, 1u << 16), 8, 1u << 16)),
+       missingText},
+      {"bad magic", dir.put("magic.cat", withWord(good, 0, 0x12345678u)),
+       missingText},
+      {"empty file", dir.put("empty.cat", ""), missingText},
+      {"half a header", dir.put("half.cat", good.substr(0, 6)), missingText},
+      {"header only", dir.put("header.cat", good.substr(0, 12)), missingText},
+      {"tables cut short", dir.put("cut.cat", good.substr(0, pool - 4)),
+       missingText},
+      {"no string pool", dir.put("nopool.cat", good.substr(0, pool)),
+       missingText},
+      {"last string unterminated",
+       dir.put("open.cat", good.substr(0, good.size() - 1)), missingText},
+      {"string offset past the pool",
+       dir.put("offset.cat",
+               withWord(good, entry + 8,
+                        static_cast<std::uint32_t>(good.size() - pool))),
+       missingText},
+      {"directory", d + "/dir/" + name, missingText},
+      {"FIFO", d + "/fifo/" + name, missingText},
+      {"character device", "/dev/null", missingText},
+      // The search: the file found is checked, and the first one that
+      // opens at all counts, as in the C library.
+      {"search finds a sound file", name, found, nls(d + "/ok/%N"), "", true},
+      {"search passes a missing file", name, found,
+       nls(d + "/none/%N:" + d + "/ok/%N"), "", true},
+      {"search skips an unknown variable", name, found,
+       nls(d + "/%q/%N:" + d + "/ok/%N"), "", true},
+      {"search with language, territory, codeset", name, found,
+       nls(d + "/%l/%t/%c/%N"), "", true},
+      {"search: empty element is the name in the current directory", name,
+       found, nls(":"), d + "/ok", true},
+      {"search finds plane size 0", name, missingText, nls(d + "/zero/%N")},
+      {"search finds a FIFO", name, missingText, nls(d + "/fifo/%N")},
+      {"search stops at a directory", name, missingText,
+       nls(d + "/dir/%N:" + d + "/ok/%N"), "", true},
+  };
+  for (auto const& c : cases) {
+    SCOPED_TRACE(c.what);
+    EXPECT_EQ(c.want, messageInChild(c.catalogue, c.env, c.cwd, false));
+  }
+  // Where the file is sound or absent, the C library's own search agrees.
+  for (auto const& c : cases) {
+    if (!c.raw)
+      continue;
+    SCOPED_TRACE(c.what);
+    EXPECT_EQ(c.want + (c.want == found ? " (raw found)" : " (raw none)"),
+              messageInChild(c.catalogue, c.env, c.cwd, true));
+  }
 }

@@ -1,0 +1,79 @@
+// Fuzz target: the message catalogue file. The input is written as a file
+// and opened as the catalogue by DMessageText; whatever its header, tables
+// and string pool hold, the lookup must neither crash nor read outside the
+// file, and a text it loads must be one of the file's NUL-terminated
+// strings (no substitution texts are given, so only a trailing CR LF may
+// have gone).
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <unistd.h>
+
+#include "dbase.hpp"
+#include "fuzz_input.hpp"
+
+namespace {
+
+// One scratch file per process, rewritten for every input and removed at
+// exit.
+std::string const& scratchFile() {
+  static std::string const path = [] {
+    char name[] = "/tmp/zyn-fuzz-catalogue-XXXXXX";
+    int const fd = ::mkstemp(name);
+    if (fd < 0)
+      dfuzz::fail("catfile", "cannot make a scratch file");
+    ::close(fd);
+    return std::string(name);
+  }();
+  static bool const removedAtExit =
+      std::atexit([] { ::unlink(scratchFile().c_str()); }) == 0;
+  (void)removedAtExit;
+  return path;
+}
+
+void writeFile(std::string const& path, std::uint8_t const* data,
+               std::size_t size) {
+  std::FILE* out = std::fopen(path.c_str(), "wb");
+  if (out == nullptr ||
+      (size != 0 && std::fwrite(data, 1, size, out) != size) ||
+      std::fclose(out) != 0)
+    dfuzz::fail("catfile", "cannot write " + path);
+}
+
+// Whether \p text followed by \p tail and a NUL occurs in the input.
+bool isStringOf(std::string const& input, std::string const& text,
+                char const* tail) {
+  std::string const wanted = text + tail + std::string(1, '\0');
+  return input.find(wanted) != std::string::npos;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data,
+                                      std::size_t size) {
+  std::string const& path = scratchFile();
+  writeFile(path, data, size);
+  std::string const input(reinterpret_cast<char const*>(data), size);
+  // The library's message numbers, and two that hash elsewhere.
+  for (unsigned long id :
+       {1ul, 4ul, 185ul, 186ul, 1010ul, 1011ul, 1012ul, 2ul, 0xFFFFFFFFul}) {
+    DMessageText const message(id, path.c_str());
+    std::string const text = message.text();
+    // A default text replaces only a text that was not loaded; two
+    // different ones tell the cases apart whatever the file holds.
+    DMessageText first(message);
+    DMessageText second(message);
+    first.setDefaultText("a");
+    second.setDefaultText("b");
+    bool const loaded = std::strcmp(first.text(), "a") != 0 ||
+                        std::strcmp(second.text(), "b") != 0;
+    if (loaded
+            ? !isStringOf(input, text, "") && !isStringOf(input, text, "\r\n")
+            : text != "Unable to load text from message file.")
+      dfuzz::fail("catfile", "message " + std::to_string(id) + " gave " +
+                                 dfuzz::show(text) + " from " +
+                                 dfuzz::show(input.substr(0, 64)));
+  }
+  return 0;
+}
