@@ -65,9 +65,9 @@ unsigned int nulRun(char const* text, unsigned int i, unsigned int n) {
   return run;
 }
 
-/// strcoll, called through a pointer the compiler cannot see through: it
-/// takes strcoll for a pure function, and would then fold the errno read
-/// after a call to the 0 stored before it, losing the collation error.
+/// strcoll, called through a pointer the compiler cannot see through: the
+/// C library's header declares strcoll pure, so the compiler may fold an
+/// errno read after a call to the 0 stored before it, losing the error.
 int (*const volatile collateSegments)(char const*, char const*) = std::strcoll;
 
 /// The collation walk over the first \p n bytes of both sides; orderEqual
