@@ -14,7 +14,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <cwctype>
-#include <memory>
 #include <vector>
 
 using dinternal::CharStarts;
@@ -352,11 +351,13 @@ DBuffer* DDBCSBuffer::insert(char const* data, unsigned int length,
     void* volatile reserved = std::malloc(4 * std::size_t{length} + 1);
     (void)reserved;
     // The text follows character k (the one holding byte position); both
-    // sides keep their own bytes.
+    // sides keep their own bytes. Measuring the inserted text raises 1012
+    // for bad bytes there, as its conversion did.
     SourceChars const text(contents(), n);
     SourceChars const inserted(data, length);
     unsigned int const k = findCharNum(contents(), n, position);
-    unsigned int const split = text.span(0, std::min<unsigned long>(k, text.count()));
+    unsigned int const split =
+        text.span(0, std::min<unsigned long>(k, text.count()));
     return newBuffer(contents(), split, data, length, contents() + split,
                      n - split, pad);
   }
@@ -496,22 +497,21 @@ DBuffer* DDBCSBuffer::translate(char const* from, unsigned int fromLength,
     DWBuffer const input(from, fromLength);
     SourceChars const output(to, toLength);
     DWBuffer const padding(&pad, 1);
-    return mapWide(*this,
-                   [&](unsigned long, wchar_t c,
-                       unsigned int& bytes) -> char const* {
-                     wchar_t const* const in = input.data();
-                     wchar_t const* const hit =
-                         std::find(in, in + input.count(), c);
-                     if (hit == in + input.count())
-                       return nullptr;
-                     unsigned long const j = hit - in; // the first decides
-                     if (j >= output.count()) {
-                       bytes = 1;
-                       return &pad;
-                     }
-                     bytes = output.span(j, j + 1);
-                     return output.at(j);
-                   });
+    return mapWide(
+        *this,
+        [&](unsigned long, wchar_t c, unsigned int& bytes) -> char const* {
+          wchar_t const* const in = input.data();
+          wchar_t const* const hit = std::find(in, in + input.count(), c);
+          if (hit == in + input.count())
+            return nullptr;
+          unsigned long const j = hit - in; // the first decides
+          if (j >= output.count()) {
+            bytes = 1;
+            return &pad;
+          }
+          bytes = output.span(j, j + 1);
+          return output.at(j);
+        });
   }
 
   // Bytes: one entry per input character; a replacement of another byte
