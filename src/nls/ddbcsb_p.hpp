@@ -77,8 +77,11 @@ std::vector<unsigned int> characterStarts(char const* text,
 /// instead of converting them back: a character whose conversion does not
 /// round-trip (six four-byte GB18030 codes come back as two bytes) keeps
 /// its own bytes.
+/// With \p wide, the wide characters themselves are stored there too, from
+/// the same walk.
 std::vector<unsigned int> wideCharOffsets(char const* text,
-                                          unsigned int length);
+                                          unsigned int length,
+                                          std::vector<wchar_t>* wide = nullptr);
 
 } // namespace dinternal
 

@@ -36,6 +36,9 @@ class SourceChars {
 public:
   SourceChars(char const* text, unsigned int length)
       : bytes(text), offsets(dinternal::wideCharOffsets(text, length)) {}
+  /// Same, keeping the wide characters too (wide()).
+  SourceChars(char const* text, unsigned int length, std::vector<wchar_t>& w)
+      : bytes(text), offsets(dinternal::wideCharOffsets(text, length, &w)) {}
   unsigned long count() const { return offsets.size() - 1; }
   /// The bytes of character \p i; span(i, j) of them up to character j.
   char const* at(unsigned long i) const { return bytes + offsets[i]; }
@@ -91,13 +94,13 @@ DBuffer* padCutTail(CharStarts& walk, DBuffer* field, unsigned int afterField,
 /// character is converted back only when it changed.
 template <class Map>
 DBuffer* mapWide(DBuffer const& b, Map map) {
-  DWBuffer const wide(b.contents(), b.length());
-  SourceChars const source(b.contents(), b.length());
+  std::vector<wchar_t> wide;
+  SourceChars const source(b.contents(), b.length(), wide);
   std::vector<char> out;
   out.reserve(b.length());
-  for (unsigned long i = 0; i < wide.count(); ++i) {
+  for (unsigned long i = 0; i < wide.size(); ++i) {
     unsigned int bytes = 0;
-    char const* replacement = map(i, wide.data()[i], bytes);
+    char const* replacement = map(i, wide[i], bytes);
     if (replacement == nullptr) {
       replacement = source.at(i);
       bytes = source.span(i, i + 1);
@@ -160,19 +163,19 @@ struct Kept {
 template <class Stripped>
 DBuffer* stripWide(DDBCSBuffer* b, DStringEnum::StripMode mode,
                    Stripped stripped) {
-  DWBuffer const wide(b->contents(), b->length());
+  std::vector<wchar_t> wide;
+  SourceChars const source(b->contents(), b->length(), wide);
   wchar_t const* const w = wide.data();
   unsigned long first = 1;
-  unsigned long last = wide.count();
+  unsigned long last = wide.size();
   if (mode != DStringEnum::trailing)
-    while (first <= wide.count() && stripped(w[first - 1]))
+    while (first <= wide.size() && stripped(w[first - 1]))
       ++first;
   if (mode != DStringEnum::leading)
     while (last >= 1 && stripped(w[last - 1]))
       --last;
   if (last < first)
     return sameBuffer(b->null());
-  SourceChars const source(b->contents(), b->length());
   return b->newBuffer(source.at(first - 1), source.span(first - 1, last),
                       nullptr, 0, nullptr, 0, ' ');
 }

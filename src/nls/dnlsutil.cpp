@@ -307,14 +307,22 @@ unsigned int findNextPos(char const* s, unsigned int len, unsigned int pos) {
 
 //===--- Extraction and splicing ------------------------------------------===//
 
-std::vector<unsigned int> dinternal::wideCharOffsets(char const* text,
-                                                     unsigned int length) {
+std::vector<unsigned int>
+dinternal::wideCharOffsets(char const* text, unsigned int length,
+                           std::vector<wchar_t>* wide) {
+  // Room for the worst case (one character per byte) up front: the walk
+  // is the cost, not the reallocations.
   std::vector<unsigned int> offsets;
+  offsets.reserve(std::size_t{length} + 1);
+  if (wide != nullptr)
+    wide->reserve(length);
   std::mbstate_t state = initialState;
-  wchar_t ignored;
+  wchar_t c;
   for (unsigned int done = 0; done < length;) {
     offsets.push_back(done);
-    done += cvtMB2WC(text + done, length - done, &ignored, &state);
+    done += cvtMB2WC(text + done, length - done, &c, &state);
+    if (wide != nullptr)
+      wide->push_back(c);
   }
   offsets.push_back(length);
   return offsets;
