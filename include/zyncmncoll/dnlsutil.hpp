@@ -90,7 +90,7 @@ D_EXPORT unsigned int findNextPos(char const* s, unsigned int len,
                                   unsigned int pos);
 /// Fills exactly \p outLen bytes of \p out with the text from byte \p pos,
 /// whole characters only (their own bytes), padded with \p pad; returns
-/// \p out. Raises 1012 when \p s holds a bad sequence.
+/// \p out. Bad bytes in \p s raise 1012 once a start is found at \p pos.
 D_EXPORT char* getSubString(char const* s, unsigned int len, unsigned int pos,
                             char pad, char* out, unsigned int outLen);
 /// Copies the text from byte \p pos to the end, a character cut at \p pos
