@@ -21,6 +21,11 @@ public:
 
 /// A character predicate: wraps an int(int) function such as isalpha.
 /// Bytes reach test() as signed chars widened to int (0xE9 arrives as -23).
+/// In a multibyte locale with DString::fgI18NState 1, the multibyte buffer
+/// hands test() wide character values (code points up to 0x10FFFF, WEOF
+/// for bytes that form no character) instead: wrap a wide classifier there
+/// (zyn_iswspace ..), never a <ctype.h> function, which reads outside its
+/// table for such values.
 class D_EXPORT DStringTest : public DVBase {
 public:
   /// Wraps \p function; the kind tag becomes 1.

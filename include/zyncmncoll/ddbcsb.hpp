@@ -74,6 +74,8 @@ public:
   /// @}
 
   /// @name Search (matches only at character starts)
+  /// With fgI18NState 1 the DStringTest forms test wide character values
+  /// (WEOF never occurs: bad bytes raise 1012); with 0, signed bytes.
   /// @{
   unsigned int indexOf(char const* pattern, unsigned int length,
                        unsigned int start) const override;
@@ -118,6 +120,7 @@ public:
   DBuffer* rightJustify(unsigned int width, char pad) override;
   DBuffer* strip(char const* set, unsigned int length,
                  DStringEnum::StripMode mode) override;
+  /// Multibyte: with fgI18NState 1, \p test sees wide characters.
   DBuffer* strip(DStringTest const& test,
                  DStringEnum::StripMode mode) override;
   DBuffer* translate(char const* from, unsigned int fromLength,

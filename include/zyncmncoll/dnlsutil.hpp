@@ -89,11 +89,13 @@ D_EXPORT unsigned int findCurPos(char const* s, unsigned int len,
 D_EXPORT unsigned int findNextPos(char const* s, unsigned int len,
                                   unsigned int pos);
 /// Fills exactly \p outLen bytes of \p out with the text from byte \p pos,
-/// whole characters only, padded with \p pad; returns \p out.
+/// whole characters only (their own bytes), padded with \p pad; returns
+/// \p out. Bad bytes in \p s raise 1012 once a start is found at \p pos.
 D_EXPORT char* getSubString(char const* s, unsigned int len, unsigned int pos,
                             char pad, char* out, unsigned int outLen);
 /// Copies the text from byte \p pos to the end, a character cut at \p pos
-/// becoming pad bytes; returns the bytes written (0 past the end).
+/// becoming pad bytes; returns the bytes written (0 past the end), always
+/// len - pos + 1: the characters keep their own bytes.
 D_EXPORT unsigned int getRemainString(char const* s, unsigned int len,
                                       unsigned int pos, char pad, char* out);
 /// First \p at characters of \p src, then \p ins, then the rest of \p src;

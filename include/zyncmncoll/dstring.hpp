@@ -156,7 +156,9 @@ public:
   unsigned int indexOf(DString const& pattern, unsigned int start = 1) const {
     return indexOf(pattern.pBuffer, pattern.length(), start);
   }
-  /// First position at or after \p start whose byte passes \p test.
+  /// First position at or after \p start whose byte passes \p test. The
+  /// predicate searches hand \p test wide characters instead of bytes when
+  /// the buffer is multibyte and fgI18NState is 1 (see DStringTest).
   unsigned int indexOf(DStringTest const& test, unsigned int start = 1) const {
     return buffer()->indexOf(test, start);
   }
@@ -338,10 +340,13 @@ public:
                  DStringEnum::StripMode mode = DStringEnum::both) {
     return strip(set.pBuffer, set.length(), mode);
   }
-  /// Bytes passing \p test removed at the ends \p mode names.
+  /// Bytes passing \p test removed at the ends \p mode names. With a
+  /// multibyte buffer and fgI18NState 1, \p test sees wide characters (see
+  /// DStringTest) and whole characters are removed.
   DString& strip(DStringTest const& test,
                  DStringEnum::StripMode mode = DStringEnum::both);
-  /// White space (isspace) removed at both ends.
+  /// White space removed at both ends: isspace on bytes, iswspace on the
+  /// wide characters of a multibyte buffer with fgI18NState 1.
   DString& strip();
   /// The bytes (characters, in multibyte text) in reverse order.
   DString& reverse();

@@ -12,8 +12,6 @@
 #include <cwchar>
 #include <vector>
 
-class DWBuffer;
-
 namespace dinternal {
 
 /// Byte length (at least 1) of the character at \p p, reading at most
@@ -92,12 +90,6 @@ inline DBuffer* sameBuffer(DBuffer* b) {
   b->addRef();
   return b;
 }
-
-/// A new buffer holding \p count wide characters converted back to
-/// multibyte text (the empty buffer for none); raises "cvtWCS2MBS" when
-/// one cannot be converted.
-DBuffer* bufferFromWide(DBuffer const& like, wchar_t const* wide,
-                        unsigned long count);
 
 /// The predicate's answer for a byte: signed char widened to int.
 inline int byteArgument(char c) {

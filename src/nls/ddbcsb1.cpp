@@ -1,6 +1,7 @@
 // The multibyte buffer's character model, class tests and comparison.
 #include "ddbcsb.hpp"
 
+#include "base/dnewhandler_p.hpp"
 #include "base/dthrow_p.hpp"
 #include "nls/ddbcsb_p.hpp"
 
@@ -374,16 +375,19 @@ unsigned int DDBCSBuffer::compare(void const* other,
     return 1;
 
   // This buffer is NUL-terminated already; the other side is copied, so
-  // that nothing behind its otherLength bytes is read.
-  std::unique_ptr<char[]> otherCopy(new (std::nothrow) char[otherLength + 1ul]);
-  CollationSide mine{
-      contents(), length(), 0,
-      std::unique_ptr<wchar_t[]>(new (std::nothrow) wchar_t[length() + 1ul]),
-      dinternal::zeroState};
-  CollationSide theirs{
-      otherCopy.get(), otherLength, 0,
-      std::unique_ptr<wchar_t[]>(new (std::nothrow) wchar_t[otherLength + 1ul]),
-      dinternal::zeroState};
+  // that nothing behind its otherLength bytes is read. Arrays that cannot
+  // be had only decide the answer (before): no out-of-memory report, so
+  // the new-handler is kept out of these allocations.
+  std::unique_ptr<char[]> otherCopy;
+  CollationSide mine{contents(), length(), 0, nullptr, dinternal::zeroState};
+  CollationSide theirs{nullptr, otherLength, 0, nullptr, dinternal::zeroState};
+  {
+    dinternal::NewHandlerSuspension const quiet;
+    otherCopy.reset(new (std::nothrow) char[otherLength + 1ul]);
+    mine.wide.reset(new (std::nothrow) wchar_t[length() + 1ul]);
+    theirs.wide.reset(new (std::nothrow) wchar_t[otherLength + 1ul]);
+  }
+  theirs.bytes = otherCopy.get();
   if (!otherCopy || !mine.wide || !theirs.wide)
     return 2;
   std::memcpy(otherCopy.get(), other, otherLength);

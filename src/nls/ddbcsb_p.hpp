@@ -69,6 +69,20 @@ private:
 std::vector<unsigned int> characterStarts(char const* text,
                                           unsigned int length);
 
+/// Where the wide characters of \p length bytes of text lie in them: entry i
+/// is the 0-based offset of character i of the DWBuffer made from the same
+/// bytes, and one last entry holds \p length. The walk is cvtMBS2WCS's, so
+/// bad text raises message 1012 just as that conversion does. The wide
+/// strategies copy whole characters from the source through these offsets
+/// instead of converting them back: a character whose conversion does not
+/// round-trip (six four-byte GB18030 codes come back as two bytes) keeps
+/// its own bytes.
+/// With \p wide, the wide characters themselves are stored there too, from
+/// the same walk.
+std::vector<unsigned int> wideCharOffsets(char const* text,
+                                          unsigned int length,
+                                          std::vector<wchar_t>* wide = nullptr);
+
 } // namespace dinternal
 
 #endif // D_NLS_DDBCSB_P_HPP

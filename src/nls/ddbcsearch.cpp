@@ -200,12 +200,6 @@ struct LastByteFinder {
   }
 };
 
-/// True when the one-byte set \p set begins a character longer than one
-/// byte, measured as mblen(set, 16) measures it, whatever the set's length.
-bool setByteStartsMultibyte(char const* set) {
-  return set[0] != '\0' && std::mblen(set, 16) > 1;
-}
-
 /// The wide strategy of the predicate searches: tests the wide characters
 /// of \p b from number \p k (1-based) stepping by \p step (+1 or -1) and
 /// answers the byte position of the first whose test result is \p want.
@@ -304,11 +298,11 @@ unsigned int DDBCSBuffer::indexOfAnyBut(char const* set, unsigned int length,
   char const* const text = contents();
   unsigned int const size = this->length();
   if (length == 1) {
-    // A set byte that leads a multibyte character answers s at once; the
-    // backward search answers 0 in that case (deliberately asymmetric).
-    if (setByteStartsMultibyte(set))
-      return s;
-    for (unsigned int p = s; p <= size; ++p) // byte steps, as specified
+    // The set's one byte is all that is read of it: a byte that would lead
+    // a longer character is incomplete within the set's length and so a
+    // one-byte character, as at the end of a text. (Measuring it 16 bytes
+    // deep read past the set, up to an unmapped page.)
+    for (unsigned int p = s; p <= size; ++p) // byte steps, unlike below
       if (text[p - 1] != set[0])
         return p;
     return 0;
@@ -370,9 +364,7 @@ unsigned int DDBCSBuffer::lastIndexOfAnyBut(char const* set,
   if (length == 0)
     return s;
   CharStarts walk(contents(), this->length(), s);
-  if (length == 1) {
-    if (setByteStartsMultibyte(set))
-      return 0; // unlike indexOfAnyBut, which answers s: deliberate
+  if (length == 1) { // one byte of set, as in indexOfAnyBut
     char const* const text = contents();
     return scanStartsBack(
         walk, s, [&](unsigned int p) { return text[p - 1] != set[0]; });

@@ -10,10 +10,10 @@
 
 #include <algorithm>
 #include <cassert>
+#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <cwctype>
-#include <memory>
 #include <vector>
 
 using dinternal::CharStarts;
@@ -25,6 +25,48 @@ namespace {
 inline bool wideStrategy() {
   return DString::fgI18NState == 1;
 }
+
+/// The characters of a text as the wide strategy counts them, each with its
+/// own source bytes. The wide edits assemble their results from these
+/// bytes rather than converting characters back, so that text an edit
+/// leaves alone keeps its bytes even where a conversion would not
+/// round-trip (GB18030 95 32 90 31 converts back as FE 51). Character
+/// indexes are 0-based; bad text raises message 1012 as DWBuffer does.
+class SourceChars {
+public:
+  SourceChars(char const* text, unsigned int length)
+      : bytes(text), offsets(dinternal::wideCharOffsets(text, length)) {}
+  /// Same, keeping the wide characters too (wide()).
+  SourceChars(char const* text, unsigned int length, std::vector<wchar_t>& w)
+      : bytes(text), offsets(dinternal::wideCharOffsets(text, length, &w)) {}
+  unsigned long count() const { return offsets.size() - 1; }
+  /// The bytes of character \p i; span(i, j) of them up to character j.
+  char const* at(unsigned long i) const { return bytes + offsets[i]; }
+  unsigned int span(unsigned long i, unsigned long j) const {
+    return offsets[j] - offsets[i];
+  }
+  /// The end (exclusive) of the characters from \p first, at most up to
+  /// \p limit, whose bytes fit in \p room bytes.
+  unsigned long fitting(unsigned long first, unsigned long limit,
+                        unsigned int room) const {
+    unsigned long last = first;
+    while (last < limit && span(first, last + 1) <= room)
+      ++last;
+    return last;
+  }
+  /// Fills the \p width bytes at \p out with the characters from \p first
+  /// (up to \p limit) that fit, then \p pad.
+  void field(char* out, unsigned int width, unsigned long first,
+             unsigned long limit, char pad) const {
+    unsigned int const n = span(first, fitting(first, limit, width));
+    std::memcpy(out, at(first), n);
+    std::memset(out + n, pad, width - n);
+  }
+
+private:
+  char const* bytes;
+  std::vector<unsigned int> offsets;
+};
 
 /// Overwrites \p n bytes of the fresh result \p r from the 0-based \p at
 /// with \p c, clipped to its text.
@@ -47,14 +89,40 @@ DBuffer* padCutTail(CharStarts& walk, DBuffer* field, unsigned int afterField,
 }
 
 /// Converts the whole text of \p b, applies map() to every wide character
-/// and returns a new buffer of the result.
+/// and returns a new buffer of the result. map() gives the new character,
+/// or a null pointer for one kept as it is, and \p bytes its length; a
+/// character is converted back only when it changed.
 template <class Map>
 DBuffer* mapWide(DBuffer const& b, Map map) {
-  DWBuffer const wide(b.contents(), b.length());
-  wchar_t* const w = wide.data();
-  for (unsigned long i = 0; i < wide.count(); ++i)
-    w[i] = map(w[i]);
-  return dinternal::bufferFromWide(b, w, wide.count());
+  std::vector<wchar_t> wide;
+  SourceChars const source(b.contents(), b.length(), wide);
+  std::vector<char> out;
+  out.reserve(b.length());
+  for (unsigned long i = 0; i < wide.size(); ++i) {
+    unsigned int bytes = 0;
+    char const* replacement = map(i, wide[i], bytes);
+    if (replacement == nullptr) {
+      replacement = source.at(i);
+      bytes = source.span(i, i + 1);
+    }
+    out.insert(out.end(), replacement, replacement + bytes);
+  }
+  return b.newBuffer(out.data(), dinternal::checkedLength(out.size()), nullptr,
+                     0, nullptr, 0, ' ');
+}
+
+/// The case mapping of upperCase()/lowerCase() for mapWide(): characters
+/// that \p change maps to another are converted back into \p scratch.
+template <class Change>
+auto caseMap(char (&scratch)[MB_LEN_MAX], Change change) {
+  return [&scratch, change](unsigned long, wchar_t c,
+                            unsigned int& bytes) -> char const* {
+    wchar_t const mapped = change(c);
+    if (mapped == c)
+      return nullptr;
+    bytes = cvtWCS2MBS(&mapped, 1, scratch, MB_LEN_MAX, 0, ' ');
+    return scratch;
+  };
 }
 
 /// Flag 0 of upperCase()/lowerCase(): the letters of \p letters (26
@@ -95,19 +163,21 @@ struct Kept {
 template <class Stripped>
 DBuffer* stripWide(DDBCSBuffer* b, DStringEnum::StripMode mode,
                    Stripped stripped) {
-  DWBuffer const wide(b->contents(), b->length());
+  std::vector<wchar_t> wide;
+  SourceChars const source(b->contents(), b->length(), wide);
   wchar_t const* const w = wide.data();
   unsigned long first = 1;
-  unsigned long last = wide.count();
+  unsigned long last = wide.size();
   if (mode != DStringEnum::trailing)
-    while (first <= wide.count() && stripped(w[first - 1]))
+    while (first <= wide.size() && stripped(w[first - 1]))
       ++first;
   if (mode != DStringEnum::leading)
     while (last >= 1 && stripped(w[last - 1]))
       --last;
   if (last < first)
     return sameBuffer(b->null());
-  return dinternal::bufferFromWide(*b, w + first - 1, last - first + 1);
+  return b->newBuffer(source.at(first - 1), source.span(first - 1, last),
+                      nullptr, 0, nullptr, 0, ' ');
 }
 
 /// Flag 0 of both strip() forms, from the byte positions the any-but
@@ -187,16 +257,6 @@ inline unsigned int replacedBytes(TransEntry const& e, unsigned int offset,
 
 } // namespace
 
-DBuffer* dinternal::bufferFromWide(DBuffer const& like, wchar_t const* wide,
-                                   unsigned long count) {
-  std::size_t const size = MB_CUR_MAX * count;
-  std::vector<char> scratch(std::max<std::size_t>(size, 1));
-  unsigned int const n =
-      cvtWCS2MBS(wide, static_cast<unsigned int>(count), scratch.data(),
-                 dinternal::checkedLength(size), 0, ' ');
-  return like.newBuffer(scratch.data(), n, nullptr, 0, nullptr, 0, ' ');
-}
-
 //===--- Editing ----------------------------------------------------------===//
 
 DBuffer* DDBCSBuffer::remove(unsigned int start, unsigned int count) {
@@ -235,14 +295,12 @@ DBuffer* DDBCSBuffer::leftJustify(unsigned int width, char pad) {
     return DBuffer::leftJustify(width, pad);
   if (wideStrategy()) {
     // Whole characters as long as they fit, pad for the rest.
-    DWBuffer const wide(contents(), n);
+    SourceChars const source(contents(), n);
     if (width == 0)
       return newBuffer(nullptr, 0, nullptr, 0, nullptr, 0, pad);
     DBuffer* const result = allocate(width);
-    std::unique_ptr<DBuffer, void (*)(DBuffer*)> guard(
-        result, [](DBuffer* b) { b->removeRef(); });
-    cvtWCS2MBS(wide, result->contents(), width, 1, pad);
-    return guard.release();
+    source.field(result->contents(), width, 0, source.count(), pad);
+    return result;
   }
   DBuffer* const result = DBuffer::leftJustify(width, pad);
   CharStarts walk(contents(), n);
@@ -257,20 +315,18 @@ DBuffer* DDBCSBuffer::center(unsigned int width, char pad) {
     return DBuffer::center(width, pad);
   unsigned int const surplus = n - width;
   if (wideStrategy()) {
-    DWBuffer const wide(contents(), n);
+    SourceChars const source(contents(), n);
     unsigned int const k = findCharNum(contents(), n, surplus / 2 + 1);
     // From character k on, one fewer than remain: the last character is
     // left out even when it would fit.
-    unsigned long const taken =
-        k != 0 && k <= wide.count() ? wide.count() - k : 0;
+    unsigned long const first = k != 0 && k <= source.count() ? k - 1 : 0;
+    unsigned long const limit =
+        k != 0 && k <= source.count() ? source.count() - 1 : 0;
     if (width == 0)
       return newBuffer(nullptr, 0, nullptr, 0, nullptr, 0, pad);
     DBuffer* const result = allocate(width);
-    std::unique_ptr<DBuffer, void (*)(DBuffer*)> guard(
-        result, [](DBuffer* b) { b->removeRef(); });
-    cvtWCS2MBS(wide.data() + (k ? k - 1 : 0), static_cast<unsigned int>(taken),
-               result->contents(), width, 1, pad);
-    return guard.release();
+    source.field(result->contents(), width, first, limit, pad);
+    return result;
   }
   // Bytes: the window moves back onto the start of a cut first character.
   CharStarts walk(contents(), n);
@@ -297,21 +353,16 @@ DBuffer* DDBCSBuffer::insert(char const* data, unsigned int length,
     // only. The volatile store keeps the compiler from dropping the call.
     void* volatile reserved = std::malloc(4 * std::size_t{length} + 1);
     (void)reserved;
-    DWBuffer const text(contents(), n);
-    DWBuffer const inserted(data, length);
+    // The text follows character k (the one holding byte position); both
+    // sides keep their own bytes. Measuring the inserted text raises 1012
+    // for bad bytes there, as its conversion did.
+    SourceChars const text(contents(), n);
+    SourceChars const inserted(data, length);
     unsigned int const k = findCharNum(contents(), n, position);
-    std::vector<wchar_t> spliced(text.count() + inserted.count() + 1);
-    int const count =
-        insWCS2WCS(text.data(), static_cast<int>(text.count()), inserted.data(),
-                   static_cast<int>(inserted.count()), static_cast<int>(k),
-                   spliced.data());
-    unsigned int const total = dinternal::checkedAdd(n, length);
-    DBuffer* const result = allocate(total);
-    std::unique_ptr<DBuffer, void (*)(DBuffer*)> guard(
-        result, [](DBuffer* b) { b->removeRef(); });
-    cvtWCS2MBS(spliced.data(), static_cast<unsigned int>(count),
-               result->contents(), total, 1, pad);
-    return guard.release();
+    unsigned int const split =
+        text.span(0, std::min<unsigned long>(k, text.count()));
+    return newBuffer(contents(), split, data, length, contents() + split,
+                     n - split, pad);
   }
   // Bytes: an insertion point inside a character moves back to its start.
   unsigned int after = position;
@@ -372,9 +423,14 @@ DBuffer* DDBCSBuffer::reverse() {
   if (n < 2)
     return sameBuffer(this);
   if (wideStrategy()) {
-    DWBuffer const wide(contents(), n);
-    wide.reverse();
-    return dinternal::bufferFromWide(*this, wide.data(), wide.count());
+    // The wide characters in reverse order, each with its own bytes.
+    SourceChars const source(contents(), n);
+    DBuffer* const result = allocate(n);
+    char* const out = result->contents();
+    for (unsigned long i = 0; i < source.count(); ++i)
+      std::memcpy(out + n - source.span(0, i + 1), source.at(i),
+                  source.span(i, i + 1));
+    return result;
   }
   // Each character's bytes go to the mirrored place, in their own order.
   DBuffer* const result = allocate(n);
@@ -392,9 +448,10 @@ DBuffer* DDBCSBuffer::upperCase() {
   if (wideStrategy()) {
     if (length() == 0)
       return sameBuffer(this);
-    return mapWide(*this, [](wchar_t c) {
+    char scratch[MB_LEN_MAX];
+    return mapWide(*this, caseMap(scratch, [](wchar_t c) {
       return static_cast<wchar_t>(std::towupper(static_cast<wint_t>(c)));
-    });
+    }));
   }
   return shiftSingleByteLetters(this, "abcdefghijklmnopqrstuvwxyz", -32);
 }
@@ -403,9 +460,10 @@ DBuffer* DDBCSBuffer::lowerCase() {
   if (wideStrategy()) {
     if (length() == 0)
       return sameBuffer(this);
-    return mapWide(*this, [](wchar_t c) {
+    char scratch[MB_LEN_MAX];
+    return mapWide(*this, caseMap(scratch, [](wchar_t c) {
       return static_cast<wchar_t>(std::towlower(static_cast<wint_t>(c)));
-    });
+    }));
   }
   return shiftSingleByteLetters(this, "ABCDEFGHIJKLMNOPQRSTUVWXYZ", 32);
 }
@@ -437,18 +495,26 @@ DBuffer* DDBCSBuffer::translate(char const* from, unsigned int fromLength,
                                 char const* to, unsigned int toLength,
                                 char pad) {
   if (wideStrategy()) {
-    DWBuffer const wide(contents(), length());
+    // Replacements are the output table's own bytes (or the pad byte);
+    // characters not in the input table keep theirs.
     DWBuffer const input(from, fromLength);
-    DWBuffer const output(to, toLength);
+    SourceChars const output(to, toLength);
     DWBuffer const padding(&pad, 1);
-    wchar_t* const w = wide.data();
-    for (unsigned long i = 0; i < wide.count(); ++i)
-      for (unsigned long j = 0; j < input.count(); ++j)
-        if (input.data()[j] == w[i]) { // the first equal one decides
-          w[i] = j < output.count() ? output.data()[j] : padding.data()[0];
-          break;
-        }
-    return dinternal::bufferFromWide(*this, w, wide.count());
+    return mapWide(
+        *this,
+        [&](unsigned long, wchar_t c, unsigned int& bytes) -> char const* {
+          wchar_t const* const in = input.data();
+          wchar_t const* const hit = std::find(in, in + input.count(), c);
+          if (hit == in + input.count())
+            return nullptr;
+          unsigned long const j = hit - in; // the first decides
+          if (j >= output.count()) {
+            bytes = 1;
+            return &pad;
+          }
+          bytes = output.span(j, j + 1);
+          return output.at(j);
+        });
   }
 
   // Bytes: one entry per input character; a replacement of another byte

@@ -2,6 +2,7 @@
 #include "dnlsutil.hpp"
 
 #include "base/dthrow_p.hpp"
+#include "nls/ddbcsb_p.hpp"
 
 #include <algorithm>
 #include <cerrno>
@@ -10,6 +11,7 @@
 #include <cstring>
 #include <cwchar>
 #include <memory>
+#include <vector>
 
 static char const thisFile[] = "dnlsutil";
 static unsigned long const invalidSequenceLine = 725;
@@ -305,6 +307,31 @@ unsigned int findNextPos(char const* s, unsigned int len, unsigned int pos) {
 
 //===--- Extraction and splicing ------------------------------------------===//
 
+std::vector<unsigned int>
+dinternal::wideCharOffsets(char const* text, unsigned int length,
+                           std::vector<wchar_t>* wide) {
+  // Room for the worst case (one character per byte) up front: the walk
+  // is the cost, not the reallocations.
+  std::vector<unsigned int> offsets;
+  offsets.reserve(std::size_t{length} + 1);
+  if (wide != nullptr)
+    wide->reserve(length);
+  std::mbstate_t state = initialState;
+  wchar_t c;
+  for (unsigned int done = 0; done < length;) {
+    offsets.push_back(done);
+    done += cvtMB2WC(text + done, length - done, &c, &state);
+    if (wide != nullptr)
+      wide->push_back(c);
+  }
+  offsets.push_back(length);
+  return offsets;
+}
+
+// The extractions copy the characters they keep from the source bytes (see
+// wideCharOffsets()); the walk still raises on bad text as the conversion
+// to wide characters did.
+
 char* getSubString(char const* s, unsigned int len, unsigned int pos, char pad,
                    char* out, unsigned int outLen) {
   if (outLen == 0)
@@ -322,10 +349,15 @@ char* getSubString(char const* s, unsigned int len, unsigned int pos, char pad,
     return out;
   }
   std::memset(out, pad, gap);
-  DWBuffer const wide(s, len);
-  unsigned long const skip = std::min<unsigned long>(k - 1, wide.count());
-  cvtWCS2MBS(wide.data() + skip, static_cast<unsigned int>(wide.count() - skip),
-             out + gap, outLen - gap, 1, pad);
+  std::vector<unsigned int> const at = dinternal::wideCharOffsets(s, len);
+  // Whole characters from number k while they fit; pad for the rest.
+  std::size_t const first = std::min<std::size_t>(k - 1, at.size() - 1);
+  std::size_t last = first;
+  while (last + 1 < at.size() && at[last + 1] - at[first] <= outLen - gap)
+    ++last;
+  unsigned int const copied = at[last] - at[first];
+  std::memcpy(out + gap, s + at[first], copied);
+  std::memset(out + gap + copied, pad, outLen - gap - copied);
   return out;
 }
 
@@ -343,11 +375,11 @@ unsigned int getRemainString(char const* s, unsigned int len, unsigned int pos,
   }
   unsigned int const gap = findBytePos(s, len, k) - pos;
   std::memset(out, pad, gap);
-  DWBuffer const wide(s, len);
-  unsigned long const skip = std::min<unsigned long>(k - 1, wide.count());
-  return gap + cvtWCS2MBS(wide.data() + skip,
-                          static_cast<unsigned int>(wide.count() - skip),
-                          out + gap, 0xFFFFFFFFu, 0, pad);
+  std::vector<unsigned int> const at = dinternal::wideCharOffsets(s, len);
+  std::size_t const first = std::min<std::size_t>(k - 1, at.size() - 1);
+  unsigned int const copied = len - at[first];
+  std::memcpy(out + gap, s + at[first], copied);
+  return gap + copied;
 }
 
 int insWCS2WCS(wchar_t* src, int srcLen, wchar_t* ins, int insLen, int at,

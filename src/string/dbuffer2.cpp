@@ -2,6 +2,7 @@
 // mode) and the whole-text character-class tests.
 #include "dbuffer.hpp"
 
+#include "base/dnewhandler_p.hpp"
 #include "base/dthrow_p.hpp"
 #include "dexcept.hpp"
 #include "dstring.hpp"
@@ -33,6 +34,9 @@ public:
   CollationSide(char const* text, unsigned int n, bool terminatedAtN)
       : bytes(text) {
     if (text[n - 1] != '\0' && !terminatedAtN) {
+      // A copy that cannot be made only decides the answer (before); it
+      // is no out-of-memory error, so the new-handler stays out of it.
+      dinternal::NewHandlerSuspension const quiet;
       copy = new (std::nothrow) char[n + 1];
       if (copy != nullptr) {
         std::memcpy(copy, text, n);
@@ -61,6 +65,11 @@ unsigned int nulRun(char const* text, unsigned int i, unsigned int n) {
   return run;
 }
 
+/// strcoll, called through a pointer the compiler cannot see through: the
+/// C library's header declares strcoll pure, so the compiler may fold an
+/// errno read after a call to the 0 stored before it, losing the error.
+int (*const volatile collateSegments)(char const*, char const*) = std::strcoll;
+
 /// The collation walk over the first \p n bytes of both sides; orderEqual
 /// when they compare equal (the lengths then decide).
 unsigned int collate(char const* a, char const* b, unsigned int n) {
@@ -82,7 +91,7 @@ unsigned int collate(char const* a, char const* b, unsigned int n) {
       return orderEqual;
     char const* segmentB = j < n ? b + j : "";
     errno = 0;
-    int const r = std::strcoll(a + i, segmentB);
+    int const r = collateSegments(a + i, segmentB);
     if (r != 0)
       return r < 0 ? orderBefore : orderAfter;
     segmentMatched = true;
@@ -115,17 +124,19 @@ unsigned int DBuffer::compare(void const* other,
       return r < 0 ? orderBefore : orderAfter;
   } else {
     unsigned int order = orderBefore; // when a copy cannot be made
-    // errno is cleared before every strcoll; clearing it here as well
-    // keeps a stale value from an earlier call from being reported when
-    // the walk ends before reaching strcoll.
-    errno = 0;
+    int error = 0;
     {
       CollationSide const a(mine, n, n == length());
       CollationSide const b(theirs, n, false);
-      if (a.text() != nullptr && b.text() != nullptr)
+      if (a.text() != nullptr && b.text() != nullptr) {
+        // Only strcoll's errno counts: a failed copy leaves ENOMEM behind,
+        // and the walk may end before reaching strcoll, so errno is
+        // cleared here and read only when the walk ran.
+        errno = 0;
         order = collate(a.text(), b.text(), n);
+        error = errno;
+      }
     }
-    int const error = errno;
     if (error != 0) {
       char text[48];
       std::snprintf(text, sizeof text, "strcoll errno = %d\n", error);

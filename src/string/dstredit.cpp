@@ -14,6 +14,7 @@
 #include "dstring.hpp"
 
 #include "dbuffer.hpp"
+#include "ddbcsb.hpp"
 #include "string/dstring_p.hpp"
 
 #include <cstring>
@@ -83,7 +84,14 @@ DString& DString::strip(DStringTest const& test, DStringEnum::StripMode mode) {
 }
 
 DString& DString::strip() {
-  DStringTest const space(::isspace);
+  // The multibyte buffer's wide strategy hands the predicate wide character
+  // values, which the byte classifier isspace must never see: it indexes a
+  // table of 384 entries (EOF and -128 .. 255), so a code point reads
+  // memory past it, far past for U+10FFFD (a crash), and letters of
+  // U+0100 .. U+2FFFF came out as blanks. That path takes iswspace.
+  bool const wide = DString::fgI18NState == 1 &&
+                    dynamic_cast<DDBCSBuffer const*>(buffer()) != nullptr;
+  DStringTest const space(wide ? ::zyn_iswspace : ::isspace);
   return strip(space, DStringEnum::both);
 }
 

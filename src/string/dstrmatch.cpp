@@ -101,10 +101,17 @@ static void storeNext(DString& work, unsigned int& k, char c) {
   work[k] = c;
 }
 
-// Cuts \p work after byte \p k: the buffer's remove from k + 1 to the end.
+// Cuts \p work after byte \p k, keeping its first k bytes exactly. The cut
+// is a plain byte cut, not the buffer's remove(): in multibyte text that
+// blanks the bytes of a character it cuts, and when a reused target's old
+// text completes a character that the bytes read only begin (old E6 97 A5,
+// word E6), the word's own last byte would turn into a blank.
 static void cutAfter(DString& work, unsigned int k) {
   DBuffer* b = work.buffer();
-  dinternal::StringAccess::adopt(work, b->remove(k + 1, b->length() - k));
+  if (k == b->length())
+    return;
+  dinternal::StringAccess::adopt(
+      work, b->newBuffer(b->contents(), k, nullptr, 0, nullptr, 0, ' '));
 }
 
 static constexpr unsigned int initialWorkLength = 128;

@@ -7,6 +7,7 @@
 #include "dtest_support.hpp"
 
 #include <cctype>
+#include <functional>
 #include <gtest/gtest.h>
 #include <random>
 #include <string>
@@ -168,20 +169,114 @@ TEST(MbSearch, OneByteSetsCompareFirstBytes) {
   EXPECT_EQ(0u, s.lastIndexOfAnyOf("", 0, 3));
 }
 
-// A one-byte set whose byte leads a multibyte character (the character's
-// bytes follow in memory): the forward search answers its start at once,
-// the backward one 0.
-TEST(MbSearch, AnyButWithMultibyteLeadIsAsymmetric) {
+// A one-byte set is that byte only, also when it would lead a longer
+// character: within the set's length that character is incomplete, so it
+// counts as one byte, as at the end of a text. Both directions then agree.
+TEST(MbSearch, OneByteAnyButSetIsThatByte) {
   MB_CHARS(c);
-  DString const set = str(c.wide);
+  DString const set = str(c.wide); // the bytes after its first follow it
   DString const s = str("aa" + c.wide + "b");
+  unsigned int const l = c.l();
   EXPECT_EQ(1u, s.indexOfAnyBut(set, 1, 0));
-  EXPECT_EQ(3u, s.indexOfAnyBut(set, 1, 3));
-  EXPECT_EQ(0u, s.lastIndexOfAnyBut(set, 1, 0xFFFFFFFFu));
+  EXPECT_EQ(4u, s.indexOfAnyBut(set, 1, 3)); // byte steps: the second byte
+  EXPECT_EQ(l + 3, s.lastIndexOfAnyBut(set, 1, 0xFFFFFFFFu));
+  EXPECT_EQ(2u, s.lastIndexOfAnyBut(set, 1, l + 2)); // character steps
+  EXPECT_EQ(3u, s.indexOfAnyBut('a'));
   // A plain byte: forward steps bytes, backward steps characters.
   EXPECT_EQ(3u, s.indexOfAnyBut("a", 1, 1));
   EXPECT_EQ(c.l() + 3, s.lastIndexOfAnyBut("a", 1, 0xFFFFFFFFu));
   EXPECT_EQ(3u, s.lastIndexOfAnyBut("b", 1, 0xFFFFFFFFu));
+}
+
+// Every member that takes a (pointer, length) argument reads no byte past
+// that length: the argument ends right before an unreadable page, and the
+// answer must be the one given when the rest of the character follows it
+// in readable memory. Incomplete and one-byte prefixes of characters, with
+// both strategies, over a valid text and one with a stray lead byte.
+TEST(MbSearch, ArgumentsAreReadOnlyWithinTheirLength) {
+  MB_CHARS(c);
+  using Run = std::function<std::string(DString, char const*, unsigned int)>;
+  auto const at = [](unsigned int v) { return std::to_string(v); };
+  struct Member {
+    char const* name;
+    Run run;
+  };
+  Member const members[] = {
+      {"indexOf", [&](DString s, char const* p, unsigned int n) {
+         return at(s.indexOf(p, n, 1));
+       }},
+      {"lastIndexOf", [&](DString s, char const* p, unsigned int n) {
+         return at(s.lastIndexOf(p, n, 0xFFFFFFFFu));
+       }},
+      {"indexOfAnyOf", [&](DString s, char const* p, unsigned int n) {
+         return at(s.indexOfAnyOf(p, n, 1));
+       }},
+      {"indexOfAnyBut", [&](DString s, char const* p, unsigned int n) {
+         return at(s.indexOfAnyBut(p, n, 1)) + at(s.indexOfAnyBut(p, n, 3));
+       }},
+      {"lastIndexOfAnyOf", [&](DString s, char const* p, unsigned int n) {
+         return at(s.lastIndexOfAnyOf(p, n, 0xFFFFFFFFu));
+       }},
+      {"lastIndexOfAnyBut", [&](DString s, char const* p, unsigned int n) {
+         return at(s.lastIndexOfAnyBut(p, n, 0xFFFFFFFFu));
+       }},
+      {"occurrencesOf", [&](DString s, char const* p, unsigned int n) {
+         return at(s.occurrencesOf(p, n, 1));
+       }},
+      {"change pattern", [](DString s, char const* p, unsigned int n) {
+         return dtest::bytes(s.change(p, n, "x", 1));
+       }},
+      {"change replacement", [](DString s, char const* p, unsigned int n) {
+         return dtest::bytes(s.change("b", 1, p, n));
+       }},
+      {"insert", [](DString s, char const* p, unsigned int n) {
+         return dtest::bytes(s.insert(p, n, 2));
+       }},
+      {"overlayWith", [](DString s, char const* p, unsigned int n) {
+         return dtest::bytes(s.overlayWith(p, n, 2));
+       }},
+      {"strip", [](DString s, char const* p, unsigned int n) {
+         return dtest::bytes(s.strip(p, n));
+       }},
+      {"translate from", [](DString s, char const* p, unsigned int n) {
+         return dtest::bytes(s.translate(p, n, "xyz", 3));
+       }},
+      {"translate to", [](DString s, char const* p, unsigned int n) {
+         return dtest::bytes(s.translate("ab", 2, p, n));
+       }},
+      {"compare", [&](DString s, char const* p, unsigned int n) {
+         return at(s.buffer()->compare(p, n)) + at(s.isLike(p, n, '*', '?')) +
+                at(s.isAbbrevFor(p, n, 0));
+       }},
+  };
+  std::string const valid = "a" + c.wide + "b" + c.two;
+  std::string const texts[] = {valid, valid + c.wide[0] + "b"};
+  // Each argument with the bytes that would complete its last character.
+  std::vector<std::pair<std::string, std::string>> arguments;
+  for (unsigned int k = 1; k < c.l(); ++k)
+    arguments.emplace_back(c.wide.substr(0, k), c.wide.substr(k));
+  arguments.emplace_back(c.two.substr(0, 1), c.two.substr(1));
+  arguments.emplace_back("b" + c.wide.substr(0, 1), c.wide.substr(1));
+  for (int flag : {0, 1})
+    for (auto const& text : texts)
+      for (auto const& [argument, rest] : arguments) {
+        dtest::I18NState const strategy(flag);
+        std::string const followed = argument + rest + c.two;
+        mbtest::GuardedBytes const guarded(argument);
+        for (auto const& m : members) {
+          SCOPED_TRACE(std::string(m.name) + " flag " + std::to_string(flag) +
+                       " text " + mbtest::hex(text) + " argument " +
+                       mbtest::hex(argument));
+          auto const answer = [&](char const* p) {
+            try {
+              return m.run(str(text), p, argument.size());
+            } catch (DException const& e) {
+              return "raises " + std::to_string(e.errorId());
+            }
+          };
+          EXPECT_EQ(answer(followed.data()), answer(guarded.data()));
+        }
+      }
 }
 
 TEST(MbSearch, LongerSetsMatchWholeCharacters) {

@@ -8,6 +8,9 @@
 #include "dtest_support.hpp"
 
 #include <cctype>
+#include <climits>
+#include <cwchar>
+#include <cwctype>
 #include <functional>
 #include <gtest/gtest.h>
 #include <random>
@@ -205,6 +208,95 @@ TEST(MbEdit, StripKeepsWholeCharacters) {
   DBuffer const* before = u.buffer();
   u.strip(DStringTest(isStar), DStringEnum::both);
   EXPECT_EQ(before, u.buffer());
+}
+
+// strip() hands the wide strategy's characters to iswspace, never to the
+// byte classifier isspace (whose table a code point such as U+10FFFD lies
+// far outside of, and which took letters of U+0100 .. U+2FFFF for blanks).
+// Model: a character between a blank and a tab is stripped exactly when
+// iswspace says so with flag 1, and is never stripped with flag 0, whose
+// signed bytes are no blanks in these locales. Code points sampled over
+// the whole range, plus known blanks and the first letter found wrong.
+TEST(MbEdit, StripWhiteSpaceClassifiesWideCharacters) {
+  MB_CHARS(c);
+  std::vector<wchar_t> points = {0x1FE, 0x10FFFD, 0x3000, 0x2028, 0x1680,
+                                 0xA0,  0x85,     0x100,  0x2FFFF};
+  for (wchar_t p = 0x80; p <= 0x10FFFF; p += 251)
+    points.push_back(p);
+  int tried = 0;
+  for (wchar_t p : points) {
+    char bytes[MB_LEN_MAX];
+    std::mbstate_t state{};
+    std::size_t const n = std::wcrtomb(bytes, p, &state);
+    if (n == static_cast<std::size_t>(-1))
+      continue; // not in this character set
+    ++tried;
+    std::string const ch(bytes, n);
+    for (int flag : {0, 1}) {
+      SCOPED_TRACE("U+" + std::to_string(p) + " flag " + std::to_string(flag));
+      dtest::I18NState const strategy(flag);
+      bool const blank = flag == 1 && std::iswspace(static_cast<wint_t>(p));
+      EXPECT_EQ(blank ? "" : ch,
+                edited(" " + ch + "\t", [](DString& s) { s.strip(); }));
+    }
+  }
+  EXPECT_GT(tried, 40); // EUC-JP holds the fewest
+}
+
+// Six four-byte GB18030 codes convert to code points that convert back as
+// two bytes (95 32 90 31 is U+20087, which comes back as FE 51). The wide
+// strategy keeps the bytes of every character an edit leaves alone, and
+// of the text it inserts, overlays or translates to.
+TEST(MbEdit, WideEditsKeepBytesThatDoNotRoundTrip) {
+  if (!dtest::localeIs("GB18030"))
+    GTEST_SKIP() << "GB18030 only";
+  std::vector<std::string> codes; // found, not listed: 95 30..39 81..FE ..
+  for (int b1 : {0x95, 0x96})
+    for (int b2 = 0x30; b2 <= 0x39; ++b2)
+      for (int b3 = 0x81; b3 <= 0xFE; ++b3)
+        for (int b4 = 0x30; b4 <= 0x39; ++b4) {
+          char const code[4] = {char(b1), char(b2), char(b3), char(b4)};
+          std::mbstate_t in{}, out{};
+          wchar_t w;
+          char back[MB_LEN_MAX];
+          if (std::mbrtowc(&w, code, 4, &in) == 4 &&
+              std::wcrtomb(back, w, &out) != 4)
+            codes.emplace_back(code, 4);
+        }
+  ASSERT_FALSE(codes.empty());
+  EXPECT_EQ("\x95\x32\x90\x31", codes[0]);
+  dtest::I18NState const wide(1);
+  for (std::string const& x : codes) {
+    SCOPED_TRACE(mbtest::hex(x));
+    std::string const t = "ab" + x + "cd";
+    struct Row {
+      std::string want;
+      std::function<void(DString&)> edit;
+    };
+    Row const rows[] = {
+        {t, [](DString& s) { s = s.subString(1); }},
+        {x + "cd", [](DString& s) { s = s.subString(3); }},
+        {"b" + x + "c", [](DString& s) { s = s.subString(2, 6, '.'); }},
+        {x + "c", [](DString& s) { s = s.subString(3, 5, '.'); }},
+        {"b...", [](DString& s) { s = s.subString(2, 4, '.'); }},
+        {"Zb" + x + "cd", [](DString& s) { s.overlayWith("Z", 1, 1); }},
+        {"ab" + x + "Zd", [](DString& s) { s.overlayWith("Z", 1, 7); }},
+        {"abZ" + x + "cd", [](DString& s) { s.insert("Z", 1, 2); }},
+        {t + x, [&](DString& s) { s.insert(x.data(), 4, 8); }},
+        {"ab" + x + "c", [](DString& s) { s.leftJustify(7, '.'); }},
+        {"ab...", [](DString& s) { s.leftJustify(5, '.'); }},
+        {"ab" + x + "c", [](DString& s) { s.center(7, '.'); }},
+        {"dc" + x + "ba", [](DString& s) { s.reverse(); }},
+        {"AB" + x + "CD", [](DString& s) { s.upperCase(); }},
+        {t, [](DString& s) { s.lowerCase(); }},
+        {"b" + x + "c", [](DString& s) { s.strip("ad", 2); }},
+        {"ab" + x + "Cd", [](DString& s) { s.translate("c", 1, "C", 1); }},
+        {x + "b" + x + "cd",
+         [&](DString& s) { s.translate("a", 1, x.data(), 4); }},
+    };
+    for (auto const& row : rows)
+      EXPECT_EQ(mbtest::hex(row.want), mbtest::hex(edited(t, row.edit)));
+  }
 }
 
 TEST(MbEdit, TranslateChangesLengths) {

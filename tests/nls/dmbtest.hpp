@@ -7,10 +7,14 @@
 #include "dstring.hpp"
 #include "dtest_support.hpp"
 
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <cwchar>
 #include <gtest/gtest.h>
 #include <malloc.h>
+#include <sys/mman.h>
+#include <unistd.h>
 #include <string>
 #include <vector>
 
@@ -75,6 +79,43 @@ class ThrowingTest : public DStringTest {
 public:
   ThrowingTest() : DStringTest() {}
   int test(int) const override { throw 7; }
+};
+
+/// \p s as hexadecimal bytes, for traces.
+inline std::string hex(std::string const& s) {
+  std::string out;
+  for (unsigned char ch : s) {
+    char digits[4];
+    std::snprintf(digits, sizeof digits, "%02X ", ch);
+    out += digits;
+  }
+  return out;
+}
+
+/// A copy of some bytes that ends right before a page that cannot be read,
+/// so that reading one byte past them ends the process (SIGSEGV).
+class GuardedBytes {
+public:
+  explicit GuardedBytes(std::string const& bytes)
+      : page(static_cast<std::size_t>(::sysconf(_SC_PAGESIZE))) {
+    void* const m = ::mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE,
+                           MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (m == MAP_FAILED || ::mprotect(static_cast<char*>(m) + page, page,
+                                      PROT_NONE) != 0)
+      std::abort();
+    area = static_cast<char*>(m);
+    start = area + page - bytes.size();
+    std::memcpy(start, bytes.data(), bytes.size());
+  }
+  ~GuardedBytes() { ::munmap(area, 2 * page); }
+  GuardedBytes(GuardedBytes const&) = delete;
+  GuardedBytes& operator=(GuardedBytes const&) = delete;
+  char const* data() const { return start; }
+
+private:
+  std::size_t page;
+  char* area = nullptr;
+  char* start = nullptr;
 };
 
 } // namespace mbtest

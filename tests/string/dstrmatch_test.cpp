@@ -3,7 +3,9 @@
 #include "dstring.hpp"
 #include "dtest_support.hpp"
 
+#include <climits>
 #include <cstring>
+#include <cwchar>
 #include <gtest/gtest.h>
 #include <iterator>
 #include <random>
@@ -353,6 +355,47 @@ TEST(DStringExtract, NoSkipWsStopsAtLeadingBlank) {
   EXPECT_EQ(0u, word.length());
   EXPECT_FALSE(in.fail());
   EXPECT_EQ("  word", rest(in));
+}
+
+// The bytes read are stored exactly, also when they end in the lead byte
+// of a character that a reused target's old text completes (the cut at the
+// end of the word must not treat them as a cut character).
+TEST(MbStreamInput, WordsAndLinesKeepTheirBytes) {
+  char ch[MB_LEN_MAX];
+  std::mbstate_t state{};
+  std::size_t const l = std::wcrtomb(ch, L'\u3042', &state); // HIRAGANA A
+  if (MB_CUR_MAX < 2 || l == static_cast<std::size_t>(-1) || l < 2)
+    GTEST_SKIP() << "no multibyte HIRAGANA A here";
+  std::string const a(ch, l);
+  std::string const lead = a.substr(0, 1);
+  struct Case {
+    std::string target, input, word;
+  };
+  Case const cases[] = {
+      {a, lead + " rest", lead},
+      {"x" + a, "x" + lead + "\n", "x" + lead},
+      {a + a, a + lead + "\t", a + lead},
+      {a, a.substr(0, l - 1) + " ", a.substr(0, l - 1)},
+      {"", lead + " ", lead},
+      {std::string(200, 'z') + a, std::string(130, 'y') + lead + " ",
+       std::string(130, 'y') + lead},
+  };
+  for (int flag : {0, 1}) {
+    dtest::I18NState const strategy(flag);
+    for (auto const& c : cases) {
+      SCOPED_TRACE("flag " + std::to_string(flag) + " input " + c.input);
+      std::istringstream in(c.input);
+      DString target = make(c.target);
+      in >> target;
+      EXPECT_EQ(c.word, bytes(target));
+      std::istringstream line(c.word + "\n" + c.input);
+      EXPECT_EQ(c.word, bytes(DString::lineFrom(line)));
+      // Doubling the work area puts blanks behind the bytes read.
+      std::string const longLine = std::string(127, 'q') + c.word;
+      std::istringstream longIn(longLine + "\n");
+      EXPECT_EQ(longLine, bytes(DString::lineFrom(longIn)));
+    }
+  }
 }
 
 TEST(DStringExtract, HighBytesAreWordBytes) {
