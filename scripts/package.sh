@@ -5,11 +5,14 @@
 #   1. their file lists: each file in the package it belongs to;
 #   2. lintian, when installed (errors and warnings fail the check);
 #   3. both unpacked into a scratch root (dpkg -x), a consumer built against
-#      that root with pkg-config and with the CMake package, run there.
+#      that root with pkg-config and with the CMake package, run there, and
+#      the packaged GDB printers shown on it (the library is stripped, so
+#      they read the objects by their layout).
 #   scripts/package.sh [--no-check]      packages in build-package/packages/
 set -euo pipefail
 cd "$(dirname "$0")/.."
 root=$PWD
+scripts/install-deps.sh
 dir=build-package
 werror=OFF
 [ "${CI:-}" = "true" ] && werror=ON
