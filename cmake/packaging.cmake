@@ -70,13 +70,15 @@ This package holds the headers, the CMake package, the pkg-config file and
 pretty-printers for GDB.")
 
 # What Debian policy asks of every package: a copyright file and a
-# compressed changelog under /usr/share/doc/<package>, and the lintian
-# override for the second library the runtime package ships.
+# compressed changelog under /usr/share/doc/<package>; and the lintian
+# override for the catalogue's directory.
 find_program(ZYN_GZIP gzip REQUIRED)
 set(ZYN_PACKAGE_DOC ${PROJECT_BINARY_DIR}/packaging)
 file(MAKE_DIRECTORY ${ZYN_PACKAGE_DOC})
+configure_file(${PROJECT_SOURCE_DIR}/cmake/debian/changelog.in
+  ${ZYN_PACKAGE_DOC}/changelog @ONLY)
 execute_process(
-  COMMAND ${ZYN_GZIP} -9 -n -c ${PROJECT_SOURCE_DIR}/cmake/debian/changelog
+  COMMAND ${ZYN_GZIP} -9 -n -c ${ZYN_PACKAGE_DOC}/changelog
   OUTPUT_FILE ${ZYN_PACKAGE_DOC}/changelog.Debian.gz COMMAND_ERROR_IS_FATAL ANY)
 foreach(component IN ITEMS runtime dev)
   string(TOUPPER ${component} upper)
