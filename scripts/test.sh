@@ -3,6 +3,8 @@
 #   scripts/test.sh          normal build in build/
 #   scripts/test.sh asan     AddressSanitizer + UndefinedBehaviorSanitizer in build-asan/
 #   scripts/test.sh tsan     ThreadSanitizer in build-tsan/, the thread tests only
+#   scripts/test.sh release  Release build in build-release/ (no debug information:
+#                            the GDB printers read objects by their layout)
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh
@@ -12,6 +14,7 @@ werror=OFF
 case "$lane" in
   normal) dir=build; extra=() ;;
   asan)   dir=build-asan; extra=(-DZYN_SANITIZE=ON -DZYN_BUILD_BENCH=OFF -DCMAKE_BUILD_TYPE=Debug) ;;
+  release) dir=build-release; extra=(-DCMAKE_BUILD_TYPE=Release -DZYN_BUILD_BENCH=OFF) ;;
   tsan)   dir=build-tsan; extra=(-DZYN_TSAN=ON -DZYN_BUILD_BENCH=OFF -DZYN_BUILD_EXAMPLES=OFF -DCMAKE_BUILD_TYPE=Debug) ;;
   *) echo "unknown lane: $lane" >&2; exit 2 ;;
 esac

@@ -9,6 +9,11 @@ import gdb
 gdb.execute('set pagination off')
 gdb.execute('set print pretty off')
 gdb.execute('source ' + os.environ['ZYN_GDB_PRINTERS'])
+# ZYN_GDB_LAYOUT=1: read the objects by their layout, as without the
+# library's debug information (a release build has none in any case).
+if os.environ.get('ZYN_GDB_LAYOUT') == '1':
+    import __main__
+    __main__.force_layout = True
 gdb.execute('break stopHere')
 gdb.execute('run')
 gdb.execute('up')
@@ -52,7 +57,8 @@ check('caught',
       r'text\[1\] = "The requested string length is too large[^"]*", '
       r'location\[0\] = dbuffer0:561 \(Unknown\), '
       r'location\[1\] = gdb_subject:57 \(main\)\}')
-check('caught.locations[1]', r'gdb_subject:57 \(main\)')
+check('base', r'DInvalidRequest \(error id 1010, recoverable, .*')
+check('*second', r'gdb_subject:57 \(main\)')
 
 # Every row of the table against the library's own calendar fields.
 months = ('January', 'February', 'March', 'April', 'May', 'June', 'July',

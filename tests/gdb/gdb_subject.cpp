@@ -62,10 +62,13 @@ int main() {
   } catch (DInvalidRequest& caught) {
     caught.setText("while testing the printers");
     caught.addLocation(DExceptionLocation("gdb_subject", "main", 57));
+    DExceptionLocation const* second = caught.locationAtIndex(1);
+    DException const& base = caught; // printed as its dynamic class
     stopHere();
     return sharedCopy.length() == shared.length() && buffer != nullptr &&
                    empty.length() == 0 && reform != dayZero &&
-                   time.seconds() != 0 && dateCount != 0 && mbCurMax > 0
+                   time.seconds() != 0 && second != nullptr &&
+                   base.errorId() != 0 && dateCount != 0 && mbCurMax > 0
                ? 0
                : 1;
   }
