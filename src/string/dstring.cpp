@@ -57,7 +57,8 @@ unsigned int measured(char const* text) {
 
 // Copies, assignments and destruction change counts inline rather than
 // through the exported addRef()/removeRef(), which a call from here would
-// reach through the procedure linkage table.
+// reach through the procedure linkage table; the locked forms are hidden
+// functions of the library, called directly.
 using dinternal::BufferCount;
 
 DString::DString() : pBuffer(defaultText()) { BufferCount::raise(*buffer()); }
