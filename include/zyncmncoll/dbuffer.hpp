@@ -279,7 +279,9 @@ public:
   /// Raises DInvalidRequest 1010 (file "dbuffer0", line 561).
   [[noreturn]] static void overflow();
 
-  /// The one process-wide lock byte guarding every reference count.
+  /// The one process-wide lock byte guarding every reference count, once
+  /// the process has started a second thread (before, counts change without
+  /// it: no other thread can race them).
   static char refGuard;
   /// The default empty buffer.
   static DBuffer* nullBuffer;
