@@ -83,6 +83,26 @@ void threadsPeer(benchmark::State& state) {
     threadPeer.reset();
 }
 
+// Two threads, each copying and destroying handles of a buffer of its own:
+// no count is shared, but every count change of the library takes the one
+// process-wide lock byte, so the two threads take turns at it; the old-ABI
+// string's counts sit in their own strings.
+void ownOurs(benchmark::State& state) {
+  DString const source{std::string_view(kilobyte)};
+  for (auto _ : state) {
+    DString copy(source);
+    benchmark::DoNotOptimize(copy);
+  }
+}
+
+void ownPeer(benchmark::State& state) {
+  zynbench::OldAbiString* source =
+      zynbench::oldAbiMake(kilobyte.data(), kilobyte.size());
+  for (auto _ : state)
+    benchmark::DoNotOptimize(zynbench::oldAbiCopyDestroy(source, 1));
+  zynbench::oldAbiFree(source);
+}
+
 void makeOurs(benchmark::State& state) {
   char const* text = sixtyFour.c_str();
   for (auto _ : state) {
@@ -112,6 +132,14 @@ BENCHMARK(threadsOurs)
     ->UseRealTime();
 BENCHMARK(threadsPeer)
     ->Name("copy shared, 2 threads/1 KiB/peer")
+    ->Threads(2)
+    ->UseRealTime();
+BENCHMARK(ownOurs)
+    ->Name("copy own strings, 2 threads/1 KiB/ours")
+    ->Threads(2)
+    ->UseRealTime();
+BENCHMARK(ownPeer)
+    ->Name("copy own strings, 2 threads/1 KiB/peer")
     ->Threads(2)
     ->UseRealTime();
 BENCHMARK(makeOurs)->Name("make from text/64 B/ours");

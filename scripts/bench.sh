@@ -10,19 +10,19 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh
 cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-cmake --build build --target zyn_bench $(
+cmake --build build --target zyn_bench zyn_bench_st $(
   cmake --build build --target help 2>/dev/null | grep -q '^zyn_bench_mb:' &&
     echo zyn_bench_mb)
 if [ "${1:-}" = "--quick" ]; then
   args=(--benchmark_min_time=0.001)
 else
-  # Repetitions in random order; the report keeps each side's fastest.
+  # Repetitions in random order; the report keeps each side's median.
   args=(--benchmark_min_time=0.05 --benchmark_repetitions=10
         --benchmark_enable_random_interleaving=true)
 fi
 filter=${BENCH_FILTER:-/(ours|peer)}
 outputs=()
-for program in zyn_bench zyn_bench_mb; do
+for program in zyn_bench zyn_bench_mb zyn_bench_st; do
   [ -x "build/bench/$program" ] || continue
   out="build/bench/$program.json"
   # The console output and the machine description go to a log beside it.
@@ -34,4 +34,4 @@ for program in zyn_bench zyn_bench_mb; do
   fi
   outputs+=("$out")
 done
-python3 bench/report.py "${outputs[@]}"
+python3 bench/report.py --median "${outputs[@]}"

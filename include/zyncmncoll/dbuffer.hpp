@@ -12,6 +12,10 @@
 class DString;
 class DStringTest;
 
+namespace dinternal {
+struct BufferCount;
+}
+
 /// Strip modes: 0 leading, 1 trailing, any other value both ends.
 class D_EXPORT DStringEnum {
 public:
@@ -254,14 +258,18 @@ public:
   }
   /// Text length in bytes.
   unsigned int length() const { return byteLength; }
-  /// Current reference count (read without the lock: a snapshot).
+  /// Current reference count (read without the lock: a snapshot). Count
+  /// changes made under refGuard are releases, so 1 read here by the one
+  /// holder also orders its writes after the other holders' reads.
   unsigned int useCount() const {
-    return __atomic_load_n(&refCount, __ATOMIC_RELAXED);
+    return __atomic_load_n(&refCount, __ATOMIC_ACQUIRE);
   }
 
-  /// Takes one reference under refGuard.
+  /// Takes one reference (under refGuard once the process has a second
+  /// thread).
   void addRef();
-  /// Drops one reference under refGuard; deletes the buffer at 0.
+  /// Drops one reference (under refGuard once the process has a second
+  /// thread); deletes the buffer at 0, after the lock is let go.
   void removeRef();
 
   /// The buffer whose text starts at \p text.
@@ -276,7 +284,9 @@ public:
   /// Raises DInvalidRequest 1010 (file "dbuffer0", line 561).
   [[noreturn]] static void overflow();
 
-  /// The one process-wide lock byte guarding every reference count.
+  /// The one process-wide lock byte guarding every reference count, once
+  /// the process has started a second thread (before, counts change without
+  /// it: no other thread can race them).
   static char refGuard;
   /// The default empty buffer.
   static DBuffer* nullBuffer;
@@ -284,6 +294,7 @@ public:
   static DBuffer* nullDBuffer;
 
 private:
+  friend struct dinternal::BufferCount;
   unsigned int refCount;
   unsigned int byteLength;
 };

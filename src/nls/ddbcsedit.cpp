@@ -6,6 +6,7 @@
 #include "dnlsutil.hpp"
 #include "dstring.hpp"
 #include "nls/dcharstarts_p.hpp"
+#include "string/dbufcount_p.hpp"
 #include "string/dstring_p.hpp"
 
 #include <algorithm>
@@ -133,7 +134,7 @@ DBuffer* shiftSingleByteLetters(DDBCSBuffer* b, char const* letters,
   unsigned int const first = b->indexOfAnyOf(letters, 26, 1);
   if (first == 0)
     return sameBuffer(b);
-  DBuffer* const target = b->useCount() < 2
+  DBuffer* const target = dinternal::BufferCount::unshared(*b)
                               ? sameBuffer(b)
                               : b->newBuffer(b->contents(), b->length(),
                                              nullptr, 0, nullptr, 0, ' ');

@@ -4,6 +4,7 @@
 #include "dbuffer.hpp"
 
 #include "dstring.hpp"
+#include "string/dbufcount_p.hpp"
 
 #include <algorithm>
 #include <cstring>
@@ -16,7 +17,7 @@ namespace {
 
 /// The receiver with its count raised: "nothing to do".
 inline DBuffer* same(DBuffer* b) {
-  b->addRef();
+  dinternal::BufferCount::raise(*b);
   return b;
 }
 
@@ -29,8 +30,11 @@ DBuffer* editTarget(DBuffer* b, bool inPlace) {
   return b->newBuffer(b->contents(), b->length(), nullptr, 0, nullptr, 0, ' ');
 }
 
-/// The in-place rule of the length-keeping edits: no other holder.
-inline bool unshared(DBuffer const& b) { return b.useCount() < 2; }
+/// The in-place rule of the length-keeping edits: no other holder (read
+/// under the count lock, see dinternal::BufferCount::unshared).
+inline bool unshared(DBuffer const& b) {
+  return dinternal::BufferCount::unshared(b);
+}
 
 /// True when the receiver's searches are DBuffer's own, so an edit may scan
 /// its bytes directly instead of calling the virtual search per match; the
@@ -345,7 +349,7 @@ DBuffer* DBuffer::change(char const* pattern, unsigned int patternLength,
       with = saved.data();
     }
     // change() edits in place only with exactly one reference.
-    DBuffer* target = editTarget(this, useCount() == 1);
+    DBuffer* target = editTarget(this, unshared(*this));
     for (Occurrence const* o = head; o->position != n + 1; o = o->next)
       std::memcpy(target->contents() + (o->position - 1), with,
                   replacementLength);

@@ -7,7 +7,7 @@
 #include "ddbcsb.hpp"
 #include "dexcept.hpp"
 #include "dstring.hpp"
-#include "oss/doss.hpp"
+#include "string/dbufcount_p.hpp"
 
 #include <cstdio>
 #include <cstdlib>
@@ -23,18 +23,6 @@ DBuffer* DBuffer::nullBuffer = nullptr;
 DBuffer* DBuffer::nullDBuffer = nullptr;
 
 namespace {
-
-// Every count change happens between these two. The exchange is the
-// acquire; the release is a full fence followed by a plain store of 0.
-inline void takeGuard() {
-  if (__atomic_exchange_n(&DBuffer::refGuard, 1, __ATOMIC_ACQUIRE) != 0)
-    ossLockGetConflict(&DBuffer::refGuard);
-}
-
-inline void dropGuard() {
-  __atomic_thread_fence(__ATOMIC_SEQ_CST);
-  __atomic_store_n(&DBuffer::refGuard, 0, __ATOMIC_RELEASE);
-}
 
 // One array holds header, text and terminator; the deleting destructor
 // gives it back with operator delete[].
@@ -57,22 +45,33 @@ DBuffer::~DBuffer() = default;
 
 void DBuffer::operator delete(void* storage) { ::operator delete[](storage); }
 
-void DBuffer::addRef() {
-  takeGuard();
-  __atomic_store_n(&refCount, refCount + 1, __ATOMIC_RELAXED);
-  dropGuard();
+// The count changes live in string/dbufcount_p.hpp, inline for the handle;
+// these are their forms for a process with more than one thread.
+void dinternal::BufferCount::raiseLocked(DBuffer& b) {
+  lock();
+  __atomic_store_n(&b.refCount, b.refCount + 1, __ATOMIC_RELEASE);
+  unlock();
 }
 
-void DBuffer::removeRef() {
-  takeGuard();
-  unsigned int const left = refCount - 1;
-  __atomic_store_n(&refCount, left, __ATOMIC_RELAXED);
-  // Deletion happens inside the critical section, deliberately: no other
-  // holder can exist, and the lock orders it after the last release.
-  if (left == 0)
-    delete this;
-  dropGuard();
+bool dinternal::BufferCount::dropLocked(DBuffer& b) {
+  lock();
+  unsigned int const left = b.refCount - 1;
+  __atomic_store_n(&b.refCount, left, __ATOMIC_RELEASE);
+  unlock();
+  return left == 0;
 }
+
+void dinternal::BufferCount::releaseLocked(DBuffer* b) {
+  if (dropLocked(*b))
+    delete b;
+}
+
+void DBuffer::addRef() { dinternal::BufferCount::raise(*this); }
+
+// The buffer is deleted after the lock is let go: once the count is 0 no
+// other holder exists, and the lock already ordered the deletion after every
+// other holder's release.
+void DBuffer::removeRef() { dinternal::release(this); }
 
 //===--- Factory ----------------------------------------------------------===//
 
@@ -131,11 +130,16 @@ DBuffer* DBuffer::newBuffer(void const* data1, unsigned int length1,
   unsigned int const total = length1 + length2 + length3;
   if (total == 0) {
     DBuffer* empty = null();
-    empty->addRef();
+    dinternal::BufferCount::raise(*empty);
     return empty;
   }
   DBuffer* result = allocate(total);
   char* out = result->contents();
+  // Most buffers are made from one piece of text: one copy, no walk.
+  if (total == length1 && data1 != nullptr) {
+    std::memcpy(out, data1, length1);
+    return result;
+  }
   struct Piece {
     void const* data;
     unsigned int length;

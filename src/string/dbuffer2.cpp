@@ -104,6 +104,35 @@ unsigned int collate(char const* a, char const* b, unsigned int n) {
 
 } // namespace
 
+// The fgI18NState 1 branch of DBuffer::compare, out of line so that the
+// byte comparison keeps a small stack frame (the copies live here).
+[[gnu::noinline]] static unsigned int
+collateChecked(char const* mine, char const* theirs, unsigned int n,
+               bool mineWhole) {
+  unsigned int order = orderBefore; // when a copy cannot be made
+  int error = 0;
+  {
+    CollationSide const a(mine, n, mineWhole);
+    CollationSide const b(theirs, n, false);
+    if (a.text() != nullptr && b.text() != nullptr) {
+      // Only strcoll's errno counts: a failed copy leaves ENOMEM behind,
+      // and the walk may end before reaching strcoll, so errno is
+      // cleared here and read only when the walk ran.
+      errno = 0;
+      order = collate(a.text(), b.text(), n);
+      error = errno;
+    }
+  }
+  if (error != 0) {
+    char text[48];
+    std::snprintf(text, sizeof text, "strcoll errno = %d\n", error);
+    dinternal::throwText<DInvalidRequest>(
+        text, static_cast<unsigned long>(error), DException::recoverable,
+        thisFile, collationErrorLine);
+  }
+  return order;
+}
+
 unsigned int DBuffer::compare(void const* other,
                               unsigned int otherLength) const {
   if (other == nullptr)
@@ -123,27 +152,7 @@ unsigned int DBuffer::compare(void const* other,
     if (r != 0)
       return r < 0 ? orderBefore : orderAfter;
   } else {
-    unsigned int order = orderBefore; // when a copy cannot be made
-    int error = 0;
-    {
-      CollationSide const a(mine, n, n == length());
-      CollationSide const b(theirs, n, false);
-      if (a.text() != nullptr && b.text() != nullptr) {
-        // Only strcoll's errno counts: a failed copy leaves ENOMEM behind,
-        // and the walk may end before reaching strcoll, so errno is
-        // cleared here and read only when the walk ran.
-        errno = 0;
-        order = collate(a.text(), b.text(), n);
-        error = errno;
-      }
-    }
-    if (error != 0) {
-      char text[48];
-      std::snprintf(text, sizeof text, "strcoll errno = %d\n", error);
-      dinternal::throwText<DInvalidRequest>(
-          text, static_cast<unsigned long>(error), DException::recoverable,
-          thisFile, collationErrorLine);
-    }
+    unsigned int const order = collateChecked(mine, theirs, n, n == length());
     if (order != orderEqual)
       return order;
   }

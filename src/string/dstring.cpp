@@ -3,6 +3,7 @@
 // operators, the static texts and the load-time KOVRA_I18N switch.
 #include "dstring.hpp"
 
+#include "string/dbufcount_p.hpp"
 #include "string/dstring_p.hpp"
 
 #include <cctype>
@@ -54,10 +55,16 @@ unsigned int measured(char const* text) {
 
 //===--- Construction -----------------------------------------------------===//
 
-DString::DString() : pBuffer(defaultText()) { buffer()->addRef(); }
+// Copies, assignments and destruction change counts inline rather than
+// through the exported addRef()/removeRef(), which a call from here would
+// reach through the procedure linkage table; the locked forms are hidden
+// functions of the library, called directly.
+using dinternal::BufferCount;
+
+DString::DString() : pBuffer(defaultText()) { BufferCount::raise(*buffer()); }
 
 DString::DString(DString const& other) : DBase(), pBuffer(other.pBuffer) {
-  buffer()->addRef();
+  BufferCount::raise(*buffer());
 }
 
 DString::DString(DBuffer* adopted) : pBuffer(adopted->contents()) {}
@@ -128,14 +135,14 @@ DString::DString(std::string_view text) : pBuffer(defaultText()) {
 }
 
 DString::~DString() {
-  buffer()->removeRef();
+  dinternal::release(buffer());
   pBuffer = nullptr;
 }
 
 DString& DString::operator=(DString const& other) {
   // Reference the source first, so assigning a handle to itself is safe.
-  other.buffer()->addRef();
-  buffer()->removeRef();
+  BufferCount::raise(*other.buffer());
+  dinternal::release(buffer());
   pBuffer = other.pBuffer;
   return *this;
 }
@@ -175,12 +182,14 @@ DString& DString::initBuffer(double value) {
 
 DString& DString::prepareToChange() {
   DBuffer* shared = buffer();
-  if (shared->useCount() < 2)
+  // The count is read under the lock: a holder on another thread that has
+  // just let go must be done reading before this handle writes in place.
+  if (BufferCount::unshared(*shared))
     return *this;
   DBuffer* own = shared->newBuffer(pBuffer, shared->length(), nullptr, 0,
                                    nullptr, 0, ' ');
   pBuffer = own->contents();
-  shared->removeRef();
+  dinternal::release(shared);
   return *this;
 }
 

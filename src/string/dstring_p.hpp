@@ -5,6 +5,7 @@
 #define D_STRING_DSTRING_P_HPP
 
 #include "base/dthrow_p.hpp"
+#include "string/dbufcount_p.hpp"
 #include "dbuffer.hpp"
 #include "dstring.hpp"
 
@@ -20,7 +21,7 @@ struct StringAccess {
   static void adopt(DString& s, DBuffer* buffer) {
     DBuffer* old = s.buffer();
     s.pBuffer = buffer->contents();
-    old->removeRef();
+    release(old);
   }
 };
 

@@ -8,11 +8,13 @@
 #include "string/dstring_p.hpp"
 #include "string/dstrradix_p.hpp"
 
+#include <cctype>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
+#include <typeinfo>
 
 using dinternal::StringAccess;
 
@@ -35,6 +37,22 @@ struct HexValues {
   }
 };
 constexpr HexValues hexValues;
+
+// The one-pass decoder's table: the value of each of the 22 hexadecimal
+// digits, 0xF0 for every other byte, so that OR-ing the looked-up values
+// shows in its high nibble whether any byte was not a digit.
+struct HexChecked {
+  unsigned char value[256];
+  constexpr HexChecked() : value() {
+    for (int k = 0; k < 256; ++k)
+      value[k] = static_cast<unsigned char>(
+          (k >= '0' && k <= '9') || (k >= 'a' && k <= 'f') ||
+                  (k >= 'A' && k <= 'F')
+              ? hexValues.value[k]
+              : 0xF0);
+  }
+};
+constexpr HexChecked hexChecked;
 
 // The two upper-case hexadecimal digits of every byte, as the 16-bit word
 // whose little-endian bytes they are (first digit in the low byte).
@@ -279,14 +297,61 @@ inline void writeChunk(char* out, Limb chunk) {
 
 //===--- Hexadecimal ------------------------------------------------------===//
 
+namespace {
+
+// True when the validity test of x2c is the locale's isxdigit on every byte
+// (fgI18NState 1, or DBuffer's own isHexDigits) and that class holds each
+// of the 22 digits the decoder's table knows, as in every glibc locale.
+bool plainHexTest(DString const& s) {
+  if (DString::fgI18NState == 0 && typeid(*s.buffer()) != typeid(DBuffer))
+    return false;
+  static char const digits[] = "0123456789abcdefABCDEF";
+  for (char const* d = digits; *d != '\0'; ++d)
+    if (!std::isxdigit(static_cast<unsigned char>(*d)))
+      return false;
+  return true;
+}
+
+// Decodes \p n digits into \p out while checking them; false when a byte
+// is not one of the 22 digits (the output is then garbage).
+bool decodeHex(unsigned char const* in, unsigned int n, char* out) {
+  unsigned char seen = 0;
+  // An odd count reads as if a "0" digit stood in front.
+  if (n % 2 != 0) {
+    seen = hexChecked.value[*in++];
+    *out++ = static_cast<char>(seen);
+  }
+  for (unsigned int i = 0, pairs = n / 2; i < pairs; ++i, in += 2) {
+    unsigned char const high = hexChecked.value[in[0]];
+    unsigned char const low = hexChecked.value[in[1]];
+    seen |= high | low;
+    out[i] = static_cast<char>(high << 4 | low);
+  }
+  return (seen & 0xF0) == 0;
+}
+
+} // namespace
+
 DString& DString::x2c() {
   unsigned int const n = length();
   if (n == 0)
     return *this;
+  unsigned int const outLength = n / 2 + n % 2;
+  // One pass where the test is the plain byte class: decode and check
+  // together, and only on a byte outside the 22 digits ask the full test,
+  // which decides between the empty result and a locale's odd digits.
+  if (plainHexTest(*this)) {
+    DBuffer* const decoded = freshBuffer(*this, outLength);
+    if (decodeHex(reinterpret_cast<unsigned char const*>(pBuffer), n,
+                  decoded->contents())) {
+      StringAccess::adopt(*this, decoded);
+      return *this;
+    }
+    decoded->removeRef();
+  }
   if (!(fgI18NState ? isAllHexDigits(pBuffer, n) : isHexDigits()))
     return becomeEmpty(*this);
   // An odd count reads as if a "0" digit stood in front.
-  unsigned int const outLength = n / 2 + n % 2;
   DBuffer* const result = freshBuffer(*this, outLength);
   unsigned char const* in = reinterpret_cast<unsigned char const*>(pBuffer);
   char* out = result->contents();

@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <random>
 #include <string>
 #include <vector>
@@ -418,6 +419,43 @@ TEST(DStringRadix, HexAndBinaryMatchTheModel) {
         EXPECT_EQ(model::invalid, convert(badBinary, &DString::b2c));
       }
     }
+  }
+}
+
+// A buffer class of a user of the library: with the flag off x2c must ask
+// its own isHexDigits, and its destructor runs when the last handle goes.
+namespace {
+int userBuffersDeleted = 0;
+
+class NoHexBuffer : public DBuffer {
+public:
+  explicit NoHexBuffer(unsigned int n) : DBuffer(n) {}
+  ~NoHexBuffer() override { ++userBuffersDeleted; }
+  bool isHexDigits() const override { return false; }
+  static DString make(std::string const& text) {
+    auto const n = static_cast<unsigned int>(text.size());
+    void* storage = ::operator new[](sizeof(NoHexBuffer) + n + 1);
+    auto* b = new (storage) NoHexBuffer(n);
+    std::memcpy(b->contents(), text.data(), n);
+    return DString(static_cast<DBuffer*>(b));
+  }
+};
+} // namespace
+
+TEST(DStringRadix, X2CAsksAnOverriddenHexTest) {
+  for (int flag : {0, 1}) {
+    dtest::I18NState state(flag);
+    userBuffersDeleted = 0;
+    {
+      DString s = NoHexBuffer::make("0a");
+      DString const kept(s);
+      s.x2c();
+      // Flag 1 tests the bytes with isxdigit, whatever the buffer says.
+      EXPECT_EQ(flag ? std::string("\x0A") : model::invalid, bytes(s));
+      EXPECT_EQ("0a", bytes(kept));
+      EXPECT_EQ(0, userBuffersDeleted);
+    }
+    EXPECT_EQ(1, userBuffersDeleted);
   }
 }
 

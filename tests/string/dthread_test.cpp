@@ -8,11 +8,14 @@
 #include <atomic>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <thread>
+#include <sys/single_threaded.h>
 #include <vector>
 
 #include "dstring.hpp"
+#include "dtest_child.hpp"
 #include "dtest_support.hpp"
 
 namespace {
@@ -194,4 +197,84 @@ TEST(DStringThreadStress, BuffersFreedOnOtherThreads) {
               threadCount, total);
   EXPECT_EQ(seedCount, seed.buffer()->useCount());
   EXPECT_EQ(0, __atomic_load_n(&DBuffer::refGuard, __ATOMIC_ACQUIRE));
+}
+
+// Copy on write against holders on other threads: each holder reads its
+// copy and lets it go, then the owner writes through operator[]. The flag
+// between the threads is relaxed on purpose, so only the count lock orders
+// the owner's in-place write after the holders' reads; ThreadSanitizer
+// reports the race when the count is read without the lock.
+TEST(DStringThreadCopyOnWrite, WriteAfterOtherThreadsLetGo) {
+  std::string const text = "copy on write across threads";
+  for (int round = 0; round < 100; ++round) {
+    DString owner(text.data(), static_cast<unsigned int>(text.size()));
+    std::atomic<int> released{0};
+    std::vector<std::string> seen(2);
+    std::vector<std::thread> holders;
+    for (std::size_t h = 0; h < seen.size(); ++h) {
+      auto* copy = new DString(owner);
+      holders.emplace_back([copy, &released, &seen, h] {
+        DString again(*copy); // copy and drop on this thread too
+        seen[h] = dtest::bytes(again);
+        delete copy;
+        released.fetch_add(1, std::memory_order_relaxed);
+      });
+    }
+    while (released.load(std::memory_order_relaxed) != 2)
+      std::this_thread::yield();
+    owner[1u] = 'X'; // count 1 by now: written in place (1-based)
+    for (std::thread& t : holders)
+      t.join();
+    EXPECT_EQ("Xopy on write across threads", dtest::bytes(owner));
+    EXPECT_EQ(1u, owner.buffer()->useCount());
+    for (std::string const& s : seen)
+      EXPECT_EQ(text, s);
+  }
+}
+
+// The switch from plain count changes to the locked ones: strings made
+// before the first thread is started and shared with it while this thread
+// keeps copying, and a buffer made by a thread that has ended and freed
+// here. Runs in a fresh process, which has not started a thread yet.
+TEST(DStringThreadSwitchOverChild, CountsStayExact) {
+  if (std::getenv("ZYN_THREAD_SWITCH") == nullptr)
+    GTEST_SKIP() << "run by DStringThreadSwitchOver.FreshProcess";
+  if (!__libc_single_threaded) {
+#if defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "ThreadSanitizer started a thread of its own";
+#else
+    FAIL() << "a thread was started before the test";
+#endif
+  }
+  DString const before("made before the first thread");
+  std::vector<DString> copies(64, before); // plain count changes
+  EXPECT_EQ(65u, before.buffer()->useCount());
+  DBuffer* fromThread = nullptr;
+  std::thread worker([&] {
+    for (int i = 0; i < 200000; ++i) {
+      DString copy(before);
+      copies[0].length(); // read a handle this thread shares
+      if (static_cast<char const*>(copy)[0] != 'm')
+        break;
+    }
+    DString made("made by a thread that ends");
+    fromThread = made.buffer();
+    fromThread->addRef();
+  });
+  for (int i = 0; i < 200000; ++i)
+    copies[static_cast<std::size_t>(1 + i % 63)] = DString(before);
+  worker.join();
+  EXPECT_EQ(65u, before.buffer()->useCount());
+  ASSERT_NE(nullptr, fromThread);
+  EXPECT_EQ(1u, fromThread->useCount());
+  DString const adopted(fromThread);
+  DString const second(adopted);
+  EXPECT_EQ(2u, adopted.buffer()->useCount());
+  EXPECT_EQ(0, __atomic_load_n(&DBuffer::refGuard, __ATOMIC_ACQUIRE));
+}
+
+TEST(DStringThreadSwitchOver, FreshProcess) {
+  dtest::ChildResult const r = dtest::runSelf(
+      "DStringThreadSwitchOverChild.*", {{"ZYN_THREAD_SWITCH", "1"}});
+  EXPECT_EQ(0, r.exitCode) << r.output;
 }

@@ -1,0 +1,101 @@
+// Reference counting of the shared buffers: the process-wide lock byte
+// DBuffer::refGuard and the count changes it guards, inline for the handle's
+// copy, assignment and destruction. While the process has only its first
+// thread no other thread can race a count, so counts change without the lock.
+#ifndef D_STRING_DBUFCOUNT_P_HPP
+#define D_STRING_DBUFCOUNT_P_HPP
+
+#include "dbuffer.hpp"
+#include "oss/doss.hpp"
+
+#if defined(__has_include)
+#if __has_include(<sys/single_threaded.h>)
+#include <sys/single_threaded.h>
+#define D_HAVE_SINGLE_THREADED 1
+#endif
+#endif
+
+namespace dinternal {
+
+/// True while the process has never started a second thread. glibc clears
+/// the flag in pthread_create before the new thread exists and never sets it
+/// again (not after a join, not in a fork child), so a thread that reads
+/// true is the only one and stays so until it starts another thread itself;
+/// that start orders every plain count change before the new thread's work.
+inline bool singleThreaded() {
+#ifdef D_HAVE_SINGLE_THREADED
+  return __libc_single_threaded != 0;
+#else
+  return false;
+#endif
+}
+
+/// The count of a buffer and the lock that guards it.
+struct BufferCount {
+  /// Takes refGuard: an atomic exchange, and the waiting function of
+  /// libzynosse when another thread holds it.
+  static void lock() {
+    if (__atomic_exchange_n(&DBuffer::refGuard, 1, __ATOMIC_ACQUIRE) != 0)
+      ossLockGetConflict(&DBuffer::refGuard);
+  }
+  /// Drops refGuard with a full fence and a store of 0 in one instruction:
+  /// the exchange is a locked instruction on x86-64, as cheap as a locked
+  /// no-op on the stack and half the cost of mfence (see README).
+  static void unlock() {
+    (void)__atomic_exchange_n(&DBuffer::refGuard, 0, __ATOMIC_SEQ_CST);
+  }
+
+  /// One more reference. The locked forms are out of line, so the
+  /// single-threaded one needs no stack frame where it is inlined.
+  static void raise(DBuffer& b) {
+    if (singleThreaded())
+      __atomic_store_n(&b.refCount, b.refCount + 1, __ATOMIC_RELAXED);
+    else
+      raiseLocked(b);
+  }
+
+  /// One reference fewer; true when it was the last one, and the caller then
+  /// deletes the buffer (outside the lock: nobody else can reach it).
+  static bool drop(DBuffer& b) {
+    if (!singleThreaded())
+      return dropLocked(b);
+    unsigned int const left = b.refCount - 1;
+    __atomic_store_n(&b.refCount, left, __ATOMIC_RELAXED);
+    return left == 0;
+  }
+
+  /// raise() and drop() under refGuard (dbuffer0.cpp). The count stores are
+  /// releases, so that useCount() reading 1 in the remaining holder's thread
+  /// sees every read of the text made by the holders that let go.
+  static void raiseLocked(DBuffer& b);
+  static bool dropLocked(DBuffer& b);
+  /// dropLocked(), then the deletion of the buffer when it was the last
+  /// reference, after the lock is let go.
+  static void releaseLocked(DBuffer* b);
+
+  /// The copy-on-write rule: true when no other holder shares \p b, so its
+  /// one holder may write the text in place. Read under the lock, which
+  /// orders the write after everything a holder that has just let go did
+  /// with the text.
+  static bool unshared(DBuffer const& b) {
+    if (singleThreaded())
+      return b.refCount < 2;
+    lock();
+    unsigned int const count = b.refCount;
+    unlock();
+    return count < 2;
+  }
+};
+
+/// Gives up one reference to \p b and deletes it when that was the last.
+/// Both branches end in a tail call, so no stack frame is needed.
+inline void release(DBuffer* b) {
+  if (!singleThreaded())
+    return BufferCount::releaseLocked(b);
+  if (BufferCount::drop(*b))
+    delete b;
+}
+
+} // namespace dinternal
+
+#endif // D_STRING_DBUFCOUNT_P_HPP
