@@ -281,8 +281,7 @@ TEST(DKOVR_Init, OutOfMemoryThrowsDOutOfMemory) {
     trace.lines.reserve(16);
     if (std::get_new_handler() != &DKOVR_Init::newHandler)
       return 3;
-    if (!dtest::limitAddressSpace(4u << 20))
-      return 2;
+    dtest::failAllocationsFrom(4u << 20);
     try {
       char* volatile lost = new char[256u << 20];
       lost[0] = 1;
@@ -325,8 +324,7 @@ TEST(DMessageText, AllocationBypassesNewHandler) {
     GTEST_SKIP() << "address-space limits do not work under the sanitizer";
   dtest::ChildResult const child = dtest::runInChild([] {
     std::string const big(64u << 20, 'x');
-    if (!dtest::limitAddressSpace(8u << 20))
-      return 2;
+    dtest::failAllocationsFrom(8u << 20);
     try {
       DMessageText const m(14, testCatalogue, big.c_str());
       return 3;

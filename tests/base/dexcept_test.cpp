@@ -306,8 +306,7 @@ TEST(DException, TextAllocationBypassesNewHandler) {
   dtest::ChildResult const child = dtest::runInChild([] {
     std::string const big(64u << 20, 'x');
     DException e("kept", 0, DException::recoverable);
-    if (!dtest::limitAddressSpace(8u << 20))
-      return 2;
+    dtest::failAllocationsFrom(8u << 20);
     int result = 0;
     try {
       e.setText(big.c_str());
