@@ -1,4 +1,4 @@
-// The test program's own allocation operators: plain malloc and free, plus
+// The test program's own allocation operators: malloc and free, plus
 // a switch that makes every allocation from a given size on fail the way
 // an exhausted heap does (the new-handler is called while one is
 // installed, else std::bad_alloc). Memory-fault tests use it instead of an
@@ -9,6 +9,8 @@
 
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <new>
 
@@ -22,11 +24,20 @@ bool fails(std::size_t size) {
   return limit != 0 && size >= limit;
 }
 
-void* allocate(std::size_t size) {
+// Each block starts with a header naming the form that made it, so that a
+// delete of the other form (or of memory not from here) still stops the
+// program, as the sanitizers and valgrind would say had these operators
+// not replaced theirs. 16 bytes keep the alignment of malloc.
+enum class Form : std::size_t { single = 0x5D1E, array = 0xA77A };
+constexpr std::size_t headerSize = 16;
+
+void* allocate(std::size_t size, Form form) {
   for (;;) {
-    if (!fails(size))
-      if (void* p = std::malloc(size == 0 ? 1 : size))
-        return p;
+    if (!fails(size) && size <= SIZE_MAX - headerSize)
+      if (void* p = std::malloc(headerSize + size)) {
+        *static_cast<Form*>(p) = form;
+        return static_cast<char*>(p) + headerSize;
+      }
     std::new_handler const handler = std::get_new_handler();
     if (handler == nullptr)
       throw std::bad_alloc();
@@ -35,12 +46,25 @@ void* allocate(std::size_t size) {
 }
 
 // The standard nothrow forms: whatever the handler throws becomes null.
-void* allocateOrNull(std::size_t size) noexcept {
+void* allocateOrNull(std::size_t size, Form form) noexcept {
   try {
-    return allocate(size);
+    return allocate(size, form);
   } catch (...) {
     return nullptr;
   }
+}
+
+void release(void* p, Form form) noexcept {
+  if (p == nullptr)
+    return;
+  void* const block = static_cast<char*>(p) - headerSize;
+  if (*static_cast<Form*>(block) != form) {
+    std::fputs("dtest_alloc: delete does not match the new that made the "
+               "block\n",
+               stderr);
+    std::abort();
+  }
+  std::free(block);
 }
 
 } // namespace
@@ -50,32 +74,32 @@ void dtest::failAllocationsFrom(std::size_t bytes) {
 }
 
 void* operator new(std::size_t size) {
-  return allocate(size);
+  return allocate(size, Form::single);
 }
 void* operator new[](std::size_t size) {
-  return allocate(size);
+  return allocate(size, Form::array);
 }
 void* operator new(std::size_t size, std::nothrow_t const&) noexcept {
-  return allocateOrNull(size);
+  return allocateOrNull(size, Form::single);
 }
 void* operator new[](std::size_t size, std::nothrow_t const&) noexcept {
-  return allocateOrNull(size);
+  return allocateOrNull(size, Form::array);
 }
 void operator delete(void* p) noexcept {
-  std::free(p);
+  release(p, Form::single);
 }
 void operator delete[](void* p) noexcept {
-  std::free(p);
+  release(p, Form::array);
 }
 void operator delete(void* p, std::size_t) noexcept {
-  std::free(p);
+  release(p, Form::single);
 }
 void operator delete[](void* p, std::size_t) noexcept {
-  std::free(p);
+  release(p, Form::array);
 }
 void operator delete(void* p, std::nothrow_t const&) noexcept {
-  std::free(p);
+  release(p, Form::single);
 }
 void operator delete[](void* p, std::nothrow_t const&) noexcept {
-  std::free(p);
+  release(p, Form::array);
 }
