@@ -216,7 +216,7 @@ void runTime(dfuzz::Input& in) {
   if (record.hours != want / 3600 || record.minutes != want / 60 % 60 ||
       record.seconds != want % 60 || DTime(record) != time)
     fail("DTime record", ctx);
-  char text[16];
+  char text[64];
   std::snprintf(text, sizeof text, "%02ld:%02ld:%02ld", want / 3600,
                 want / 60 % 60, want % 60);
   if (std::string(static_cast<char const*>(time.asString("%H:%M:%S"))) != text)

@@ -18,6 +18,9 @@ namespace {
 
 // 0: no allocation fails.
 std::atomic<std::size_t> failFrom{0};
+// Allocations served here: valgrind, for one, puts its own operators in
+// place of these.
+std::atomic<unsigned long> served{0};
 
 bool fails(std::size_t size) {
   std::size_t const limit = failFrom.load(std::memory_order_relaxed);
@@ -32,6 +35,7 @@ enum class Form : std::size_t { single = 0x5D1E, array = 0xA77A };
 constexpr std::size_t headerSize = 16;
 
 void* allocate(std::size_t size, Form form) {
+  served.fetch_add(1, std::memory_order_relaxed);
   for (;;) {
     if (!fails(size) && size <= SIZE_MAX - headerSize)
       if (void* p = std::malloc(headerSize + size)) {
@@ -71,6 +75,15 @@ void release(void* p, Form form) noexcept {
 
 void dtest::failAllocationsFrom(std::size_t bytes) {
   failFrom.store(bytes, std::memory_order_relaxed);
+}
+
+bool dtest::allocationsCanFail() {
+  // Called through a pointer, as the library calls it: a replacement
+  // takes the call at the operator's address, and nothing is inlined.
+  void* (*volatile const allocateArray)(std::size_t) = &::operator new[];
+  unsigned long const before = served.load(std::memory_order_relaxed);
+  ::operator delete[](allocateArray(1));
+  return served.load(std::memory_order_relaxed) != before;
 }
 
 void* operator new(std::size_t size) {

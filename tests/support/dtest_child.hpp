@@ -35,30 +35,6 @@ struct ChildResult {
   std::string output;
 };
 
-/// True when the process runs under valgrind, whose preloaded allocator
-/// aborts instead of throwing when an allocation fails.
-inline bool underValgrind() {
-  char const* preload = std::getenv("LD_PRELOAD");
-  return preload != nullptr && std::strstr(preload, "vgpreload") != nullptr;
-}
-
-/// True when the build runs under AddressSanitizer, whose allocator and
-/// shadow memory do not work under a lowered address-space limit, or the
-/// process under valgrind (see above): address-space tests skip then.
-inline bool underSanitizer() {
-#if defined(__SANITIZE_ADDRESS__)
-  return true;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-  return true;
-#else
-  return underValgrind();
-#endif
-#else
-  return underValgrind();
-#endif
-}
-
 // Reads \p fd to its end.
 inline std::string readAll(int fd) {
   std::string text;
@@ -128,6 +104,10 @@ inline ChildResult runInChild(std::function<int()> const& body) {
 /// fails as on an exhausted heap (0: none fails). Defined with the test
 /// program's allocation operators in dtest_alloc.cpp; only for a child.
 void failAllocationsFrom(std::size_t bytes);
+
+/// Whether failAllocationsFrom() works: false when another allocator
+/// (valgrind's) has replaced the test program's operators.
+bool allocationsCanFail();
 
 /// How work run with allocations failing ended.
 enum class LimitedOutcome {
