@@ -78,11 +78,12 @@ void dtest::failAllocationsFrom(std::size_t bytes) {
 }
 
 bool dtest::allocationsCanFail() {
-  // Called through a pointer, as the library calls it: a replacement
-  // takes the call at the operator's address, and nothing is inlined.
+  // Called through pointers, as the library calls them: a replacement
+  // takes the calls at the operators' addresses, and nothing is inlined.
   void* (*volatile const allocateArray)(std::size_t) = &::operator new[];
+  void (*volatile const releaseArray)(void*) noexcept = &::operator delete[];
   unsigned long const before = served.load(std::memory_order_relaxed);
-  ::operator delete[](allocateArray(1));
+  releaseArray(allocateArray(1));
   return served.load(std::memory_order_relaxed) != before;
 }
 
