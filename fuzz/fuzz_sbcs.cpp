@@ -1,8 +1,9 @@
 // Fuzz target: single-byte string operations in the C locale, each result
 // checked against a deliberately plain model on std::string written here
 // (loops over bytes, no cleverness): searches, edits, words, comparisons,
-// isLike and isAbbrevFor. Every edit also runs on a handle that shares its
-// buffer with a second one, which must keep its old value.
+// isLike and isAbbrevFor, bit operators and indexing past the end. Every
+// edit also runs on a handle that shares its buffer with a second one,
+// which must keep its old value.
 #include <algorithm>
 #include <clocale>
 #include <cstdint>
@@ -629,6 +630,83 @@ void runOne(dfuzz::Input& in) {
     acc += ps;
     expectText("operator+=", acc, t + p, ctx);
     expectText("operator+= kept its source", s, t, ctx);
+    break;
+  }
+  case 33: {
+    // Bit operators: the mask repeats over the receiver from its first
+    // byte and a longer one is cut; the receiver keeps its length. A text
+    // argument ends at its first NUL; the free forms take the text as the
+    // receiver and the string as the mask.
+    u32 const which = in.upTo(2);
+    auto const model = [which](std::string r, std::string const& mask) {
+      for (std::size_t i = 0; i < r.size() && !mask.empty(); ++i) {
+        char const m = mask[i % mask.size()];
+        r[i] = static_cast<char>(which == 0   ? r[i] & m
+                                 : which == 1 ? r[i] | m
+                                              : r[i] ^ m);
+      }
+      return r;
+    };
+    std::string const pText = p.substr(0, p.find('\0'));
+    DString const& mask = ps;
+    char const* const maskText = p.c_str();
+    expectText("bit operator",
+               which == 0   ? s & mask
+               : which == 1 ? s | mask
+                            : s ^ mask,
+               model(t, p), ctx);
+    expectText("bit operator text",
+               which == 0   ? s & maskText
+               : which == 1 ? s | maskText
+                            : s ^ maskText,
+               model(t, pText), ctx);
+    expectText("bit operator free",
+               which == 0   ? maskText & s
+               : which == 1 ? maskText | s
+                            : maskText ^ s,
+               model(pText, t), ctx);
+    expectText("bit operator kept its receiver", s, t, ctx);
+    checkEdit("bit assign", t, shared, model(t, p), ctx, [&](DString& h) {
+      if (which == 0)
+        h &= mask;
+      else if (which == 1)
+        h |= mask;
+      else
+        h ^= mask;
+    });
+    checkEdit("bit assign text", t, shared, model(t, pText), ctx,
+              [&](DString& h) {
+                if (which == 0)
+                  h &= maskText;
+                else if (which == 1)
+                  h |= maskText;
+                else
+                  h ^= maskText;
+              });
+    std::string complement = t;
+    for (char& ch : complement)
+      ch = static_cast<char>(~ch);
+    expectText("operator~", ~s, complement, ctx);
+    expectText("operator~ twice", ~~s, t, ctx);
+    break;
+  }
+  case 34: {
+    // Indexing: 0 and 1 name the first byte; past the end the string grows
+    // with blanks up to the index. A write reaches this handle only.
+    std::size_t const i = a == 0 ? 0 : a - 1;
+    std::string want = t;
+    if (i >= want.size())
+      want.resize(i + 1, ' ');
+    want[i] = pad;
+    checkEdit("operator[]", t, shared, want, c2,
+              [&](DString& h) { h[a] = pad; });
+    checkEdit("operator[](int)", t, shared, want, c2,
+              [&](DString& h) { h[static_cast<int>(a)] = pad; });
+    if (i < n) {
+      DString const& constant = s;
+      expectNumber("const operator[]", static_cast<unsigned char>(constant[a]),
+                   static_cast<unsigned char>(t[i]), c2);
+    }
     break;
   }
   default: {

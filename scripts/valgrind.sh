@@ -15,9 +15,10 @@ werror=OFF
 [ "${CI:-}" = "true" ] && werror=ON
 cmake -S . -B "$dir" -G Ninja -DZYN_WERROR="$werror" >/dev/null
 cmake --build "$dir" --target zyn_tests zyn_locales
-# Tests that run out of memory on purpose skip themselves here
-# (dtest::underSanitizer() sees valgrind, whose allocator aborts instead of
-# throwing); tests that start the program afresh run it natively.
+# Tests that run out of memory on purpose skip themselves here: they fail
+# allocations in the test program's own operators
+# (tests/support/dtest_alloc.cpp), which valgrind replaces with its own;
+# tests that start the program afresh run it natively.
 # glibc's AVX2 wide-string routines read whole vectors past short arrays,
 # which memcheck reports; the baseline routines are exact.
 export GLIBC_TUNABLES=glibc.cpu.hwcaps=-AVX2_Usable,-AVX2,-EVEX,-AVX512F_Usable,-AVX512F

@@ -37,8 +37,9 @@ static_assert(offsetof(DCnrDate, day) == 0 && offsetof(DCnrDate, month) == 1 &&
 /// A calendar date as a Julian day number.
 class D_EXPORT DDate : public DBase {
 public:
-  /// Months, January 1 .. December 12.
-  enum Month {
+  /// Months, January 1 .. December 12. Any int converts (isValid() answers
+  /// false for the others), hence the fixed underlying type.
+  enum Month : int {
     January = 1, February, March, April, May, June, July, August,
     September, October, November, December
   };
@@ -46,8 +47,8 @@ public:
   enum DayOfWeek { Monday = 0, Tuesday, Wednesday, Thursday, Friday,
                    Saturday, Sunday };
   /// asString(): fourDigitYear turns "y" into "Y" in the locale's date
-  /// format; any other value takes the format as it is.
-  enum YearFormat { localeYear = 0, fourDigitYear = 1 };
+  /// format; any other int takes the format as it is.
+  enum YearFormat : int { localeYear = 0, fourDigitYear = 1 };
 
   /// @name Calendar questions (constant time)
   /// @{

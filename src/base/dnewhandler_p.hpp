@@ -13,16 +13,15 @@
 namespace dinternal {
 
 /// Removes the new-handler for its scope and puts the saved one back on
-/// every path out of it, exceptions included.
+/// every path out of it, exceptions included. Suspensions on several
+/// threads overlap safely: one process-wide count, the first saves the
+/// handler and the last puts it back (dnewhandler.cpp).
 class NewHandlerSuspension {
 public:
-  NewHandlerSuspension() noexcept : saved(std::set_new_handler(nullptr)) {}
-  ~NewHandlerSuspension() { std::set_new_handler(saved); }
+  NewHandlerSuspension() noexcept;
+  ~NewHandlerSuspension();
   NewHandlerSuspension(NewHandlerSuspension const&) = delete;
   NewHandlerSuspension& operator=(NewHandlerSuspension const&) = delete;
-
-private:
-  std::new_handler saved;
 };
 
 /// A new[] copy of the \p length bytes at \p text plus a NUL, allocated

@@ -16,10 +16,9 @@ namespace dinternal {
 void normalizeTm(std::tm& t);
 
 /// strftime of \p format and \p t into a work string of \p length (> 0)
-/// blanks, doubled (appended to itself) while strftime answers 0. A text
-/// that stays empty doubles the string until its length passes 32 bits and
-/// DBuffer::overflow() raises 1010. The result is a new string of the text
-/// up to its NUL.
+/// blanks, doubled (appended to itself) while strftime answers 0. An empty
+/// text raises at once the 1010 overflow (DBuffer::overflow()) in which the
+/// doubling would end. The result is a new string of the text up to its NUL.
 DString formatTime(char const* format, unsigned int length, std::tm const& t);
 
 } // namespace dinternal

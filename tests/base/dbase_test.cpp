@@ -281,8 +281,8 @@ TEST(DBaseMessageFile, MessageTextUsesNameInForce) {
 // Running out of memory anywhere raises DOutOfMemory with message 4,
 // reported from file dbase, line 175.
 TEST(DKOVR_Init, OutOfMemoryThrowsDOutOfMemory) {
-  if (dtest::underSanitizer())
-    GTEST_SKIP() << "address-space limits do not work under the sanitizer";
+  if (!dtest::allocationsCanFail())
+    GTEST_SKIP() << "allocations cannot be made to fail here (valgrind)";
   std::string const text4 = DBase::messageText(4).text();
   ASSERT_STRNE(missingText, text4.c_str());
   dtest::ChildResult const child = dtest::runInChild([] {
@@ -290,8 +290,7 @@ TEST(DKOVR_Init, OutOfMemoryThrowsDOutOfMemory) {
     trace.lines.reserve(16);
     if (std::get_new_handler() != &DKOVR_Init::newHandler)
       return 3;
-    if (!dtest::limitAddressSpace(4u << 20))
-      return 2;
+    dtest::failAllocationsFrom(4u << 20);
     try {
       char* volatile lost = new char[256u << 20];
       lost[0] = 1;
@@ -330,12 +329,11 @@ TEST(DKOVR_Init, OutOfMemoryThrowsDOutOfMemory) {
 // memory while filling one in raises std::bad_alloc, never DOutOfMemory
 // (whose own text would be loaded the same way).
 TEST(DMessageText, AllocationBypassesNewHandler) {
-  if (dtest::underSanitizer())
-    GTEST_SKIP() << "address-space limits do not work under the sanitizer";
+  if (!dtest::allocationsCanFail())
+    GTEST_SKIP() << "allocations cannot be made to fail here (valgrind)";
   dtest::ChildResult const child = dtest::runInChild([] {
     std::string const big(64u << 20, 'x');
-    if (!dtest::limitAddressSpace(8u << 20))
-      return 2;
+    dtest::failAllocationsFrom(8u << 20);
     try {
       DMessageText const m(14, testCatalogue, big.c_str());
       return 3;

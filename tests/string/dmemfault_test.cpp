@@ -1,5 +1,5 @@
-// Memory faults: every allocating path runs in a forked child whose address
-// space is capped a little above its present size. Each allocation either
+// Memory faults: every allocating path runs in a forked child where every
+// allocation from a set size on fails. Each allocation either
 // succeeds or fails the library's way: DOutOfMemory (message 4, reported
 // once through the trace function) from the process new-handler, or
 // std::bad_alloc where the library removes that handler on purpose
@@ -24,11 +24,12 @@ namespace {
 
 constexpr std::size_t MiB = std::size_t(1) << 20;
 
-// Room left above the child's size when the cap is set: enough for the
-// library's own exception and report, far too little for the large edits.
-constexpr std::size_t headroom = 12 * MiB;
+// Once a child is set up, allocations of this size or more fail: the
+// library's own exceptions and reports stay far below it, every large edit
+// is far above it.
+constexpr std::size_t failingSize = 1 * MiB;
 
-// A large text, made before the cap is set.
+// A large text, made before allocations start failing.
 constexpr unsigned int largeLength = 24u << 20;
 
 struct Case {
@@ -132,12 +133,12 @@ std::string runCase(Case const& c, std::string const& big,
 
 } // namespace
 
-// Each case fails for want of memory in the lowered address space and
+// Each case fails for want of memory and
 // reports DOutOfMemory through the new-handler; the receiving handle and
 // its originals are unchanged and the process carries on.
 TEST(DStringMemFault, EditsRaiseOutOfMemoryAndKeepTheHandle) {
-  if (dtest::underSanitizer())
-    GTEST_SKIP() << "address-space limits do not work under the sanitizer";
+  if (!dtest::allocationsCanFail())
+    GTEST_SKIP() << "allocations cannot be made to fail here (valgrind)";
   for (Case const& c : cases()) {
     dtest::ChildResult const child = dtest::runInChild([&c] {
       std::string const big(largeLength, 'B');
@@ -148,8 +149,7 @@ TEST(DStringMemFault, EditsRaiseOutOfMemoryAndKeepTheHandle) {
         largeText[i] = 'X';
       DString const largeOriginal(largeText.data(), largeLength);
       (void)DBase::messageText(4);
-      if (!dtest::limitAddressSpace(headroom))
-        return 2;
+      dtest::failAllocationsFrom(failingSize);
       std::printf("child: %s\n",
                   runCase(c, big, largeText, largeOriginal).c_str());
       return 0;
@@ -168,15 +168,14 @@ TEST(DStringMemFault, EditsRaiseOutOfMemoryAndKeepTheHandle) {
 // raise DOutOfMemory, and a failure leaves nothing half made: the next
 // small allocation still works.
 TEST(DStringMemFault, GrowingAllocationsSucceedOrRaise) {
-  if (dtest::underSanitizer())
-    GTEST_SKIP() << "address-space limits do not work under the sanitizer";
+  if (!dtest::allocationsCanFail())
+    GTEST_SKIP() << "allocations cannot be made to fail here (valgrind)";
   dtest::ChildResult const child = dtest::runInChild([] {
     dtest::RecordingTrace trace;
     trace.lines.reserve(256);
     DString const warm("warm");
     (void)DBase::messageText(4);
-    if (!dtest::limitAddressSpace(headroom))
-      return 2;
+    dtest::failAllocationsFrom(failingSize);
     int succeeded = 0;
     int failed = 0;
     for (unsigned int size = 1u << 10; size <= (256u << 20); size *= 2) {
@@ -210,16 +209,15 @@ TEST(DStringMemFault, GrowingAllocationsSucceedOrRaise) {
 // an exception whose text no longer fits in memory still comes out (on
 // standard error, without the line buffer) instead of failing.
 TEST(DStringMemFault, TextsAndTraceWithoutTheHandler) {
-  if (dtest::underSanitizer())
-    GTEST_SKIP() << "address-space limits do not work under the sanitizer";
+  if (!dtest::allocationsCanFail())
+    GTEST_SKIP() << "allocations cannot be made to fail here (valgrind)";
   dtest::ChildResult const child = dtest::runInChild([] {
     std::string const big(largeLength, 'T');
     DInvalidRequest e("kept", 7, DException::recoverable);
     DInvalidRequest large("head", 8, DException::recoverable);
     large.setText(std::string(8 * MiB, 'L').c_str());
     (void)DBase::messageText(4);
-    if (!dtest::limitAddressSpace(headroom / 4))
-      return 2;
+    dtest::failAllocationsFrom(failingSize);
     try {
       e.setText(big.c_str());
       std::printf("child: setText ok\n");

@@ -1,11 +1,12 @@
 // Child-process fixtures: run a piece of a test in a forked child (for
-// out-of-memory runs under a lowered address-space limit, terminate() and
+// out-of-memory runs with large allocations failing, terminate() and
 // reports on standard error), or run this test program afresh with a
 // changed environment (for load-time and first-use state).
 #ifndef D_TESTS_DTEST_CHILD_HPP
 #define D_TESTS_DTEST_CHILD_HPP
 
 #include <cerrno>
+#include <clocale>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
@@ -15,13 +16,13 @@
 #include <fcntl.h>
 #include <functional>
 #include <string>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <utility>
 #include <vector>
 
 #include "dexcept.hpp"
+#include "dstring.hpp"
 
 extern char** environ;
 
@@ -33,30 +34,6 @@ struct ChildResult {
   int signal = 0;    ///< The signal that ended it, else 0.
   std::string output;
 };
-
-/// True when the process runs under valgrind, whose preloaded allocator
-/// aborts instead of throwing when an allocation fails.
-inline bool underValgrind() {
-  char const* preload = std::getenv("LD_PRELOAD");
-  return preload != nullptr && std::strstr(preload, "vgpreload") != nullptr;
-}
-
-/// True when the build runs under AddressSanitizer, whose allocator and
-/// shadow memory do not work under a lowered address-space limit, or the
-/// process under valgrind (see above): address-space tests skip then.
-inline bool underSanitizer() {
-#if defined(__SANITIZE_ADDRESS__)
-  return true;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-  return true;
-#else
-  return underValgrind();
-#endif
-#else
-  return underValgrind();
-#endif
-}
 
 // Reads \p fd to its end.
 inline std::string readAll(int fd) {
@@ -123,26 +100,16 @@ inline ChildResult runInChild(std::function<int()> const& body) {
   });
 }
 
-/// Lowers this process's address-space limit to its present size plus
-/// \p extraBytes, so any larger allocation fails. Only for a child.
-inline bool limitAddressSpace(std::size_t extraBytes) {
-  FILE* statm = std::fopen("/proc/self/statm", "r");
-  if (statm == nullptr)
-    return false;
-  unsigned long pages = 0;
-  int const got = std::fscanf(statm, "%lu", &pages);
-  std::fclose(statm);
-  if (got != 1)
-    return false;
-  rlimit lowered{};
-  if (::getrlimit(RLIMIT_AS, &lowered) != 0)
-    return false;
-  lowered.rlim_cur =
-      pages * static_cast<unsigned long>(::sysconf(_SC_PAGESIZE)) + extraBytes;
-  return ::setrlimit(RLIMIT_AS, &lowered) == 0;
-}
+/// From now on every allocation through operator new of at least \p bytes
+/// fails as on an exhausted heap (0: none fails). Defined with the test
+/// program's allocation operators in dtest_alloc.cpp; only for a child.
+void failAllocationsFrom(std::size_t bytes);
 
-/// How work run under a lowered address-space limit ended.
+/// Whether failAllocationsFrom() works: false when another allocator
+/// (valgrind's) has replaced the test program's operators.
+bool allocationsCanFail();
+
+/// How work run with allocations failing ended.
 enum class LimitedOutcome {
   returned = 0,
   overflow = 1,    ///< DInvalidRequest 1010
@@ -151,13 +118,12 @@ enum class LimitedOutcome {
   other = 4
 };
 
-/// Runs \p work in a child whose address space is its present size plus
-/// \p extraBytes, and tells how it ended.
-inline LimitedOutcome runWithLimitedMemory(std::size_t extraBytes,
+/// Runs \p work in a child where every allocation of \p failingBytes or
+/// more fails, and tells how it ended.
+inline LimitedOutcome runWithLimitedMemory(std::size_t failingBytes,
                                            std::function<void()> const& work) {
   ChildResult const r = runInChild([&] {
-    if (!limitAddressSpace(extraBytes))
-      return static_cast<int>(LimitedOutcome::other);
+    failAllocationsFrom(failingBytes);
     try {
       work();
       return static_cast<int>(LimitedOutcome::returned);
@@ -225,6 +191,33 @@ inline std::vector<std::string> linesWith(std::string const& text,
     start = end + 1;
   }
   return found;
+}
+
+/// The text \p format makes in a child whose time formats are those of
+/// \p locale (the build tree's private locales come first) and where every
+/// allocation of a mebibyte or more fails: "[text]", "overflow" for the
+/// 1010 overflow, "skip" without the locale, else how the child ended.
+inline std::string formatInChild(char const* locale,
+                                 std::function<DString()> const& format) {
+  ChildResult const r = runInChild([&] {
+    ::setenv("LOCPATH", ZYN_TEST_LOCALE_DIR, 1);
+    if (std::setlocale(LC_TIME, locale) == nullptr) {
+      std::printf("child: skip\n");
+      return 0;
+    }
+    failAllocationsFrom(std::size_t{1} << 20);
+    try {
+      DString const text = format();
+      std::printf("child: [%s]\n", static_cast<char const*>(text));
+    } catch (DInvalidRequest const& e) {
+      std::printf("child: %s\n", e.errorId() == 1010 ? "overflow" : "other");
+    }
+    return 0;
+  });
+  std::vector<std::string> const lines = linesWith(r.output, "child: ");
+  return r.exitCode == 0 && lines.size() == 1
+             ? lines[0]
+             : "exit " + std::to_string(r.exitCode) + ": " + r.output;
 }
 
 } // namespace dtest

@@ -1,0 +1,119 @@
+// The test program's own allocation operators: malloc and free, plus
+// a switch that makes every allocation from a given size on fail the way
+// an exhausted heap does (the new-handler is called while one is
+// installed, else std::bad_alloc). Memory-fault tests use it instead of an
+// address-space limit, whose outcome depends on what the heap happens to
+// have mapped already. Defined in the program, these replace the standard
+// operators for the library too.
+#include "dtest_child.hpp"
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+// 0: no allocation fails.
+std::atomic<std::size_t> failFrom{0};
+// Allocations served here: valgrind, for one, puts its own operators in
+// place of these.
+std::atomic<unsigned long> served{0};
+
+bool fails(std::size_t size) {
+  std::size_t const limit = failFrom.load(std::memory_order_relaxed);
+  return limit != 0 && size >= limit;
+}
+
+// Each block starts with a header naming the form that made it, so that a
+// delete of the other form (or of memory not from here) still stops the
+// program, as the sanitizers and valgrind would say had these operators
+// not replaced theirs. 16 bytes keep the alignment of malloc.
+enum class Form : std::size_t { single = 0x5D1E, array = 0xA77A };
+constexpr std::size_t headerSize = 16;
+
+void* allocate(std::size_t size, Form form) {
+  served.fetch_add(1, std::memory_order_relaxed);
+  for (;;) {
+    if (!fails(size) && size <= SIZE_MAX - headerSize)
+      if (void* p = std::malloc(headerSize + size)) {
+        *static_cast<Form*>(p) = form;
+        return static_cast<char*>(p) + headerSize;
+      }
+    std::new_handler const handler = std::get_new_handler();
+    if (handler == nullptr)
+      throw std::bad_alloc();
+    handler();
+  }
+}
+
+// The standard nothrow forms: whatever the handler throws becomes null.
+void* allocateOrNull(std::size_t size, Form form) noexcept {
+  try {
+    return allocate(size, form);
+  } catch (...) {
+    return nullptr;
+  }
+}
+
+void release(void* p, Form form) noexcept {
+  if (p == nullptr)
+    return;
+  void* const block = static_cast<char*>(p) - headerSize;
+  if (*static_cast<Form*>(block) != form) {
+    std::fputs("dtest_alloc: delete does not match the new that made the "
+               "block\n",
+               stderr);
+    std::abort();
+  }
+  std::free(block);
+}
+
+} // namespace
+
+void dtest::failAllocationsFrom(std::size_t bytes) {
+  failFrom.store(bytes, std::memory_order_relaxed);
+}
+
+bool dtest::allocationsCanFail() {
+  // Called through pointers, as the library calls them: a replacement
+  // takes the calls at the operators' addresses, and nothing is inlined.
+  void* (*volatile const allocateArray)(std::size_t) = &::operator new[];
+  void (*volatile const releaseArray)(void*) noexcept = &::operator delete[];
+  unsigned long const before = served.load(std::memory_order_relaxed);
+  releaseArray(allocateArray(1));
+  return served.load(std::memory_order_relaxed) != before;
+}
+
+void* operator new(std::size_t size) {
+  return allocate(size, Form::single);
+}
+void* operator new[](std::size_t size) {
+  return allocate(size, Form::array);
+}
+void* operator new(std::size_t size, std::nothrow_t const&) noexcept {
+  return allocateOrNull(size, Form::single);
+}
+void* operator new[](std::size_t size, std::nothrow_t const&) noexcept {
+  return allocateOrNull(size, Form::array);
+}
+void operator delete(void* p) noexcept {
+  release(p, Form::single);
+}
+void operator delete[](void* p) noexcept {
+  release(p, Form::array);
+}
+void operator delete(void* p, std::size_t) noexcept {
+  release(p, Form::single);
+}
+void operator delete[](void* p, std::size_t) noexcept {
+  release(p, Form::array);
+}
+void operator delete(void* p, std::nothrow_t const&) noexcept {
+  release(p, Form::single);
+}
+void operator delete[](void* p, std::nothrow_t const&) noexcept {
+  release(p, Form::array);
+}
