@@ -44,14 +44,17 @@ set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA
   ${PROJECT_SOURCE_DIR}/cmake/debian/triggers)
-set(CPACK_DEBIAN_RUNTIME_DESCRIPTION
-"${PROJECT_DESCRIPTION} (shared libraries)
-libzyncmncoll offers a reference-counted, copy-on-write string class over
+# The long description both packages share.
+set(ZYN_PACKAGE_ABOUT
+"libzyncmncoll offers a reference-counted, copy-on-write string class over
 single-byte and multibyte buffers with text functions (words, wildcard
 matching, radix conversions), exception classes written to a trace before
 they are thrown, numbered message texts from a message catalogue, and
 calendar dates and times of day.
-
+")
+set(CPACK_DEBIAN_RUNTIME_DESCRIPTION
+"${PROJECT_DESCRIPTION} (shared libraries)
+${ZYN_PACKAGE_ABOUT}
 This package holds the shared libraries and the message catalogue.")
 
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME libzyncmncoll-dev)
@@ -60,12 +63,7 @@ set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libzyncmncoll1 (= ${ZYN_PACKAGE_FULL_VERSI
 set(CPACK_DEBIAN_DEV_PACKAGE_SUGGESTS "gdb, pkg-config, cmake")
 set(CPACK_DEBIAN_DEV_DESCRIPTION
 "${PROJECT_DESCRIPTION} (development files)
-libzyncmncoll offers a reference-counted, copy-on-write string class over
-single-byte and multibyte buffers with text functions (words, wildcard
-matching, radix conversions), exception classes written to a trace before
-they are thrown, numbered message texts from a message catalogue, and
-calendar dates and times of day.
-
+${ZYN_PACKAGE_ABOUT}
 This package holds the headers, the CMake package, the pkg-config file and
 pretty-printers for GDB.")
 
