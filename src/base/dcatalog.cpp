@@ -2,6 +2,8 @@
 // installed copy) and checking a catalogue file before catopen maps it.
 #include "base/dcatalog_p.hpp"
 
+#include <algorithm>
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -10,7 +12,6 @@
 #include <fcntl.h>
 #include <string>
 #include <sys/auxv.h>
-#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -40,26 +41,26 @@ constexpr std::uint32_t catalogueMagic = 0x960408deu;
 constexpr std::uint64_t headerBytes = 12;
 constexpr std::uint64_t entryBytes = 12;
 
-class Mapping {
-public:
-  Mapping(int fd, std::size_t size)
-      : start(::mmap(nullptr, size, PROT_READ, MAP_PRIVATE, fd, 0)),
-        length(size) {}
-  ~Mapping() {
-    if (start != MAP_FAILED)
-      ::munmap(start, length);
+// Reads exactly \p count bytes at \p offset of \p fd into \p out; false
+// on an error or a short file. The file is read, not mapped: the catalogue
+// is checked with no allocation (this runs while exceptions are built), and
+// a mapping of ours at an address catopen maps next would look, to a race
+// detector that cannot see the C library's own mapping, like a write that
+// races the reads of the texts catgets returns.
+bool readAt(int fd, unsigned char* out, std::size_t count,
+            std::uint64_t offset) {
+  while (count > 0) {
+    ssize_t const got = ::pread(fd, out, count, static_cast<off_t>(offset));
+    if (got < 0 && errno == EINTR)
+      continue;
+    if (got <= 0)
+      return false;
+    out += got;
+    count -= static_cast<std::size_t>(got);
+    offset += static_cast<std::uint64_t>(got);
   }
-  Mapping(Mapping const&) = delete;
-  Mapping& operator=(Mapping const&) = delete;
-  unsigned char const* bytes() const {
-    return start == MAP_FAILED ? nullptr
-                               : static_cast<unsigned char const*>(start);
-  }
-
-private:
-  void* start;
-  std::size_t length;
-};
+  return true;
+}
 
 std::uint32_t wordAt(unsigned char const* bytes, std::uint64_t offset) {
   std::uint32_t word;
@@ -78,17 +79,16 @@ bool isSoundCatalogue(int fd) {
       info.st_size < static_cast<off_t>(headerBytes))
     return false;
   std::uint64_t const size = static_cast<std::uint64_t>(info.st_size);
-  Mapping const mapping(fd, static_cast<std::size_t>(size));
-  unsigned char const* const bytes = mapping.bytes();
-  if (bytes == nullptr)
+  unsigned char head[headerBytes];
+  if (!readAt(fd, head, sizeof head, 0))
     return false;
 
-  std::uint32_t const magic = wordAt(bytes, 0);
+  std::uint32_t const magic = wordAt(head, 0);
   bool const swapped = magic == __builtin_bswap32(catalogueMagic);
   if (magic != catalogueMagic && !swapped)
     return false;
   auto header = [&](std::uint64_t offset) -> std::uint64_t {
-    std::uint32_t const word = wordAt(bytes, offset);
+    std::uint32_t const word = wordAt(head, offset);
     return swapped ? __builtin_bswap32(word) : word;
   };
   std::uint64_t const planeSize = header(4);
@@ -109,15 +109,35 @@ bool isSoundCatalogue(int fd) {
   if (pool >= size)
     return false;
   std::uint64_t const poolBytes = size - pool;
+
+  // The table in blocks of whole entries.
+  unsigned char block[entryBytes * 256];
   std::uint64_t last = 0;
-  for (std::uint64_t i = 0; i < entries; ++i) {
-    std::uint64_t const offset = wordAt(bytes, table + i * entryBytes + 8);
-    if (offset > last)
-      last = offset;
+  for (std::uint64_t i = 0; i < entries;) {
+    std::uint64_t const n = std::min<std::uint64_t>(entries - i, 256);
+    if (!readAt(fd, block, static_cast<std::size_t>(n * entryBytes),
+                table + i * entryBytes))
+      return false;
+    for (std::uint64_t k = 0; k < n; ++k) {
+      std::uint64_t const offset = wordAt(block, k * entryBytes + 8);
+      if (offset > last)
+        last = offset;
+    }
+    i += n;
   }
-  return last < poolBytes &&
-         std::memchr(bytes + pool + last, '\0',
-                     static_cast<std::size_t>(poolBytes - last)) != nullptr;
+  if (last >= poolBytes)
+    return false;
+  // The string at the largest offset must end inside the file.
+  for (std::uint64_t at = pool + last; at < size;) {
+    std::size_t const n =
+        static_cast<std::size_t>(std::min<std::uint64_t>(size - at, sizeof block));
+    if (!readAt(fd, block, n, at))
+      return false;
+    if (std::memchr(block, '\0', n) != nullptr)
+      return true;
+    at += n;
+  }
+  return false;
 }
 
 // An open file descriptor, closed on every path out.
