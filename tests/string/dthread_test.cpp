@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <new>
 #include <string>
 #include <thread>
 #include <sys/single_threaded.h>
@@ -277,4 +278,62 @@ TEST(DStringThreadSwitchOver, FreshProcess) {
   dtest::ChildResult const r = dtest::runSelf(
       "DStringThreadSwitchOverChild.*", {{"ZYN_THREAD_SWITCH", "1"}});
   EXPECT_EQ(0, r.exitCode) << r.output;
+}
+
+#if defined(__GNUC__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
+#endif
+// Counts reports written on several threads at once.
+class CountingTrace : public DException::TraceFn {
+public:
+  void write(char const*) override {}
+  void exceptionLogged() override { ++logged; }
+  std::atomic<int> logged{0};
+};
+#if defined(__GNUC__)
+#pragma GCC diagnostic pop
+#endif
+
+// Everything at once: each thread copies strings it shares with the others,
+// writes through the non-const operator[] of its own copy (copy on write out
+// of a shared buffer) and raises index errors (catalogue text, trace report,
+// new-handler suspension). Afterwards the shared texts, their counts and the
+// library's new-handler are as before.
+TEST(DStringThreadMixed, ThrowCopyAndWriteAtOnce) {
+  std::string const text = "shared by every thread";
+  DString const shared(text.data(), static_cast<unsigned int>(text.size()));
+  std::new_handler const handler = std::get_new_handler();
+  CountingTrace trace;
+  DException::TraceFn* const previous = DException::setTraceFunction(trace);
+  constexpr int threads = 3;
+  constexpr int rounds = 200;
+  std::atomic<int> caught{0};
+  std::atomic<int> wrong{0};
+  std::vector<std::thread> workers;
+  for (int t = 0; t < threads; ++t)
+    workers.emplace_back([&, t] {
+      for (int i = 0; i < rounds; ++i) {
+        DString mine(shared);
+        DString again(mine);
+        mine[1u] = static_cast<char>('A' + t);
+        if (dtest::bytes(again) != text || mine.length() != text.size() ||
+            dtest::bytes(mine).substr(1) != text.substr(1))
+          ++wrong;
+        try {
+          (void)shared[static_cast<unsigned int>(text.size() + 1)]; // past the end
+        } catch (DInvalidRequest const&) {
+          ++caught;
+        }
+      }
+    });
+  for (std::thread& w : workers)
+    w.join();
+  DException::setTraceFunction(*previous);
+  EXPECT_EQ(0, wrong.load());
+  EXPECT_EQ(threads * rounds, caught.load());
+  EXPECT_EQ(threads * rounds, trace.logged.load());
+  EXPECT_EQ(text, dtest::bytes(shared));
+  EXPECT_EQ(1u, shared.buffer()->useCount());
+  EXPECT_EQ(handler, std::get_new_handler());
 }
