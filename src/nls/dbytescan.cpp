@@ -3,6 +3,8 @@
 // tests in the current locale. Lengths are bytes; positions are 1-based.
 #include "dnlsutil.hpp"
 
+#include "base/dcompiler_p.hpp"
+
 #include <cstdint>
 #include <cstring>
 #include <ctype.h>
@@ -33,7 +35,7 @@ unsigned int indexThatIsNot(char const* s, unsigned int len, char c) {
 // of the whole block are ANDed together and checked once.
 template <unsigned short Class>
 static bool everyByteIs(char const* s, unsigned int len) {
-  unsigned short const* const table = *__ctype_b_loc();
+  unsigned short const* const table = dinternal::ctypeTable();
   unsigned int i = 0;
   for (; len - i >= 64; i += 64) {
     unsigned int all = Class;

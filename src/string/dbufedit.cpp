@@ -41,20 +41,24 @@ inline bool unshared(DBuffer const& b) {
 /// result is the same either way.
 inline bool plainBuffer(DBuffer const& b) { return typeid(b) == typeid(DBuffer); }
 
-// GCC's -O2 cost model declines to vectorise this loop; it pays off from a
-// few dozen bytes on, so ask for the full cost model here.
-#if defined(__GNUC__) && !defined(__clang__)
-#define D_VECTORISE __attribute__((optimize("tree-vectorize", \
-                                            "vect-cost-model=dynamic")))
-#else
-#define D_VECTORISE
-#endif
-
-/// Adds \p delta to every byte in [\p low, \p low + 25] from index \p from
-/// on; branch-free so the loop vectorises.
-D_VECTORISE void shiftLetters(unsigned char* text, unsigned int from, unsigned int end,
+/// Adds \p delta (mod 256) to every byte in [\p low, \p low + 25] from index
+/// \p from on. Branch-free, in blocks of a fixed 32 bytes: a loop with a
+/// constant count is one the compiler vectorises at -O2 without a cost-model
+/// override (GCC's cheap model declines a loop of unknown count); the rest
+/// byte by byte.
+void shiftLetters(unsigned char* text, unsigned int from, unsigned int end,
                   unsigned char low, unsigned char delta) {
-  for (unsigned int i = from; i < end; ++i) {
+  constexpr unsigned int block = 32;
+  unsigned int i = from;
+  for (; end - i >= block; i += block) {
+    unsigned char* const bytes = text + i;
+    for (unsigned int k = 0; k < block; ++k) {
+      unsigned char const c = bytes[k];
+      unsigned char const inRange = static_cast<unsigned char>(c - low) < 26u;
+      bytes[k] = static_cast<unsigned char>(c + (inRange ? delta : 0));
+    }
+  }
+  for (; i < end; ++i) {
     unsigned char const c = text[i];
     unsigned char const inRange = static_cast<unsigned char>(c - low) < 26u;
     text[i] = static_cast<unsigned char>(c + (inRange ? delta : 0));

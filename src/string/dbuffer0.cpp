@@ -3,6 +3,7 @@
 // length-overflow exception.
 #include "dbuffer.hpp"
 
+#include "base/dcompiler_p.hpp"
 #include "base/dthrow_p.hpp"
 #include "ddbcsb.hpp"
 #include "dexcept.hpp"
@@ -49,14 +50,14 @@ void DBuffer::operator delete(void* storage) { ::operator delete[](storage); }
 // these are their forms for a process with more than one thread.
 void dinternal::BufferCount::raiseLocked(DBuffer& b) {
   lock();
-  __atomic_store_n(&b.refCount, b.refCount + 1, __ATOMIC_RELEASE);
+  dinternal::atomicStoreRelease(&b.refCount, b.refCount + 1);
   unlock();
 }
 
 bool dinternal::BufferCount::dropLocked(DBuffer& b) {
   lock();
   unsigned int const left = b.refCount - 1;
-  __atomic_store_n(&b.refCount, left, __ATOMIC_RELEASE);
+  dinternal::atomicStoreRelease(&b.refCount, left);
   unlock();
   return left == 0;
 }

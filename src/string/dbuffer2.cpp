@@ -2,6 +2,7 @@
 // mode) and the whole-text character-class tests.
 #include "dbuffer.hpp"
 
+#include "base/dcompiler_p.hpp"
 #include "base/dnewhandler_p.hpp"
 #include "base/dthrow_p.hpp"
 #include "dexcept.hpp"
@@ -106,7 +107,7 @@ unsigned int collate(char const* a, char const* b, unsigned int n) {
 
 // The fgI18NState 1 branch of DBuffer::compare, out of line so that the
 // byte comparison keeps a small stack frame (the copies live here).
-[[gnu::noinline]] static unsigned int
+D_NOINLINE static unsigned int
 collateChecked(char const* mine, char const* theirs, unsigned int n,
                bool mineWhole) {
   unsigned int order = orderBefore; // when a copy cannot be made
@@ -173,7 +174,7 @@ static bool everyByte(DBuffer const& b, int (*classify)(int),
   if (b.length() == 0)
     return false;
   if (typeid(b) == typeid(DBuffer)) {
-    unsigned short const* table = *__ctype_b_loc();
+    unsigned short const* table = dinternal::ctypeTable();
     signed char const* p = reinterpret_cast<signed char const*>(b.contents());
     unsigned short all = classBit;
     for (unsigned int i = 0, n = b.length(); i < n; ++i)

@@ -4,6 +4,8 @@
 // startBackwardsSearch(), which the multibyte buffer moves onto boundaries.
 #include "dbuffer.hpp"
 
+#include "base/dcompiler_p.hpp"
+
 #include "dstring.hpp"
 
 #include <cstdint>
@@ -110,7 +112,7 @@ unsigned int lastIndexOfByWords(char const* text, unsigned int last,
     std::uint64_t both = ~(((x & low7) + low7) | x | low7);
     while (both != 0) {
       unsigned int const bit =
-          63u - static_cast<unsigned int>(__builtin_clzll(both));
+          dinternal::highestBit(both);
 #if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
       unsigned int const k = bit / 8;
 #else
