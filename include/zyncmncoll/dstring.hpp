@@ -178,8 +178,7 @@ public:
     return indexOfAnyBut(set, textLength(set), start);
   }
   /// First position at or after \p start whose byte is not in \p set.
-  unsigned int indexOfAnyBut(DString const& set,
-                             unsigned int start = 1) const {
+  unsigned int indexOfAnyBut(DString const& set, unsigned int start = 1) const {
     return indexOfAnyBut(set.pBuffer, set.length(), start);
   }
   /// First position at or after \p start whose byte fails \p test.
@@ -325,12 +324,11 @@ public:
   DString& lowerCase();
   /// Bytes of \p from replaced by the byte at the same index of \p to, or
   /// \p pad past its end.
-  DString& translate(char const* from, unsigned int fromLength,
-                     char const* to, unsigned int toLength, char pad = ' ');
+  DString& translate(char const* from, unsigned int fromLength, char const* to,
+                     unsigned int toLength, char pad = ' ');
   /// As above with all bytes of \p from and \p to.
   DString& translate(DString const& from, DString const& to, char pad = ' ') {
-    return translate(from.pBuffer, from.length(), to.pBuffer, to.length(),
-                     pad);
+    return translate(from.pBuffer, from.length(), to.pBuffer, to.length(), pad);
   }
   /// Bytes of \p set removed at the ends \p mode names.
   DString& strip(char const* set, unsigned int length,
@@ -360,8 +358,8 @@ public:
     return overlayWith(data.pBuffer, data.length(), position, pad);
   }
   /// \p data inserted behind byte \p position (0: at the front).
-  DString& insert(char const* data, unsigned int length,
-                  unsigned int position, char pad = ' ');
+  DString& insert(char const* data, unsigned int length, unsigned int position,
+                  char pad = ' ');
   /// All bytes of \p data inserted behind byte \p position (0: at the
   /// front); a position past the end pads with \p pad first.
   DString& insert(DString const& data, unsigned int position = 0,

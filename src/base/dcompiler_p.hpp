@@ -41,7 +41,9 @@ inline std::uint64_t byteSwap(std::uint64_t value) {
 /// glibc's class table of the current locale, indexed by a byte as signed
 /// char or EOF (-128 .. 255): what the <ctype.h> macros read, without a
 /// call per byte. Bits are the _IS* values (_ISdigit, _ISxdigit ..).
-inline unsigned short const* ctypeTable() { return *__ctype_b_loc(); }
+inline unsigned short const* ctypeTable() {
+  return *__ctype_b_loc();
+}
 
 /// Atomic access to a plain word that the public headers declare as such
 /// (a count, a lock byte), with the named memory order.

@@ -1,9 +1,9 @@
 // Byte-wise scanners used by the radix conversions with DString::fgI18NState
 // on: the first byte that differs from a given one, and whole-text digit
 // tests in the current locale. Lengths are bytes; positions are 1-based.
-#include "dnlsutil.hpp"
-
 #include "base/dcompiler_p.hpp"
+
+#include "dnlsutil.hpp"
 
 #include <cstdint>
 #include <cstring>

@@ -1,14 +1,14 @@
 // Multibyte edits: the DDBCSBuffer overrides that never leave part of a
 // character in their result. Flag 0 edits bytes with DBuffer's own rules
 // and repairs cut characters; flag 1 edits wide characters (DWBuffer).
-#include "ddbcsb.hpp"
-
-#include "dnlsutil.hpp"
-#include "dstring.hpp"
 #include "base/dcompiler_p.hpp"
 #include "nls/dcharstarts_p.hpp"
 #include "string/dbufcount_p.hpp"
 #include "string/dstring_p.hpp"
+
+#include "ddbcsb.hpp"
+#include "dnlsutil.hpp"
+#include "dstring.hpp"
 
 #include <algorithm>
 #include <cassert>

@@ -2,7 +2,6 @@
 // operators): they return DString, so they live with the string family and
 // the base family stays free of string headers.
 #include "dbase.hpp"
-
 #include "dstring.hpp"
 
 #include <cstring>

@@ -5,9 +5,10 @@
 #ifndef D_STRING_DBUFCOUNT_P_HPP
 #define D_STRING_DBUFCOUNT_P_HPP
 
-#include "dbuffer.hpp"
 #include "base/dcompiler_p.hpp"
 #include "oss/doss.hpp"
+
+#include "dbuffer.hpp"
 
 #if defined(__has_include)
 #if __has_include(<sys/single_threaded.h>)
@@ -42,9 +43,7 @@ struct BufferCount {
   /// Drops refGuard with a full fence and a store of 0 in one instruction:
   /// the exchange is a locked instruction on x86-64, as cheap as a locked
   /// no-op on the stack and half the cost of mfence (see README).
-  static void unlock() {
-    (void)atomicExchangeSeqCst(&DBuffer::refGuard, 0);
-  }
+  static void unlock() { (void)atomicExchangeSeqCst(&DBuffer::refGuard, 0); }
 
   /// One more reference. The locked forms are out of line, so the
   /// single-threaded one needs no stack frame where it is inlined.

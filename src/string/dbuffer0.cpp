@@ -5,10 +5,11 @@
 
 #include "base/dcompiler_p.hpp"
 #include "base/dthrow_p.hpp"
+#include "string/dbufcount_p.hpp"
+
 #include "ddbcsb.hpp"
 #include "dexcept.hpp"
 #include "dstring.hpp"
-#include "string/dbufcount_p.hpp"
 
 #include <cstdio>
 #include <cstdlib>
@@ -44,7 +45,9 @@ DBuffer::DBuffer(unsigned int length) : refCount(1), byteLength(length) {
 
 DBuffer::~DBuffer() = default;
 
-void DBuffer::operator delete(void* storage) { ::operator delete[](storage); }
+void DBuffer::operator delete(void* storage) {
+  ::operator delete[](storage);
+}
 
 // The count changes live in string/dbufcount_p.hpp, inline for the handle;
 // these are their forms for a process with more than one thread.
@@ -67,12 +70,16 @@ void dinternal::BufferCount::releaseLocked(DBuffer* b) {
     delete b;
 }
 
-void DBuffer::addRef() { dinternal::BufferCount::raise(*this); }
+void DBuffer::addRef() {
+  dinternal::BufferCount::raise(*this);
+}
 
 // The buffer is deleted after the lock is let go: once the count is 0 no
 // other holder exists, and the lock already ordered the deletion after every
 // other holder's release.
-void DBuffer::removeRef() { dinternal::release(this); }
+void DBuffer::removeRef() {
+  dinternal::release(this);
+}
 
 //===--- Factory ----------------------------------------------------------===//
 
@@ -159,11 +166,17 @@ DBuffer* DBuffer::newBuffer(void const* data1, unsigned int length1,
 
 //===--- Character model (single-byte: every byte is a character) ---------===//
 
-int DBuffer::charType(unsigned int) const { return 0; }
+int DBuffer::charType(unsigned int) const {
+  return 0;
+}
 
-char* DBuffer::next(char const* p) { return const_cast<char*>(p); }
+char* DBuffer::next(char const* p) {
+  return const_cast<char*>(p);
+}
 
-char const* DBuffer::next(char const* p) const { return p; }
+char const* DBuffer::next(char const* p) const {
+  return p;
+}
 
 //===--- Description ------------------------------------------------------===//
 
@@ -178,8 +191,9 @@ DString DBuffer::asDebugInfo() const {
   if (length() < 24)
     info += contents();
   else
-    info.append(contents(), 10).append("...").append(
-        contents() + length() - 10, 10);
+    info.append(contents(), 10)
+        .append("...")
+        .append(contents() + length() - 10, 10);
   info += "])";
   return DString(std::string_view(info));
 }

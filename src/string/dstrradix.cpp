@@ -2,12 +2,12 @@
 // one-step members binaryMath and decimalMath. Every result is fixed byte
 // for byte by digit-by-digit rules; the decimal conversions reach the same
 // bytes with 64-bit limbs, 19 decimal digits per limb operation.
-#include "dstring.hpp"
-
-#include "dnlsutil.hpp"
 #include "base/dcompiler_p.hpp"
 #include "string/dstring_p.hpp"
 #include "string/dstrradix_p.hpp"
+
+#include "dnlsutil.hpp"
+#include "dstring.hpp"
 
 #include <cctype>
 #include <cstdint>
@@ -46,11 +46,11 @@ struct HexChecked {
   unsigned char value[256];
   constexpr HexChecked() : value() {
     for (int k = 0; k < 256; ++k)
-      value[k] = static_cast<unsigned char>(
-          (k >= '0' && k <= '9') || (k >= 'a' && k <= 'f') ||
-                  (k >= 'A' && k <= 'F')
-              ? hexValues.value[k]
-              : 0xF0);
+      value[k] = static_cast<unsigned char>((k >= '0' && k <= '9') ||
+                                                    (k >= 'a' && k <= 'f') ||
+                                                    (k >= 'A' && k <= 'F')
+                                                ? hexValues.value[k]
+                                                : 0xF0);
   }
 };
 constexpr HexChecked hexChecked;

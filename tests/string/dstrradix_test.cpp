@@ -2,10 +2,10 @@
 // one-step members. The library's word-at-a-time arithmetic is compared
 // with a literal digit-by-digit model of the conversion rules written here,
 // and, where GMP is available, with GMP as an independent reference.
-#include "dstring.hpp"
-
-#include "dtest_support.hpp"
 #include "string/dstrradix_p.hpp"
+
+#include "dstring.hpp"
+#include "dtest_support.hpp"
 
 #include <cctype>
 #include <cstdio>
