@@ -2,10 +2,10 @@
 // old-ABI reference-counted std::string and std::shared_ptr.
 #include "bench_oldabi.hpp"
 #include "bench_pairs.hpp"
+
 #include "dstring.hpp"
 
 #include <benchmark/benchmark.h>
-
 #include <memory>
 #include <string>
 #include <thread>

@@ -19,7 +19,9 @@ OldAbiString* oldAbiMake(char const* text, std::size_t length) {
   return new OldAbiString{std::string(text, length)};
 }
 
-void oldAbiFree(OldAbiString* s) { delete s; }
+void oldAbiFree(OldAbiString* s) {
+  delete s;
+}
 
 std::size_t oldAbiCopyDestroy(OldAbiString const* s, int times) {
   std::size_t sum = 0;

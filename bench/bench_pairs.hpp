@@ -6,7 +6,6 @@
 #define ZYN_BENCH_PAIRS_HPP
 
 #include <benchmark/benchmark.h>
-
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -28,11 +27,11 @@ inline constexpr TextSize textSizes[] = {
 /// those is found only at the end; "ab" occurs about every 20 bytes.
 inline std::string prose(std::size_t size, std::string_view tail = {}) {
   static char const* const words[] = {
-      "the",   "of",     "and",  "to",    "in",   "is",    "was",
-      "it",    "for",    "on",   "at",    "as",   "be",    "lab",
-      "cab",   "about",  "table", "grab", "habit", "can",  "stable",
-      "ever",  "enter",  "end",  "point", "data", "tab",   "fable",
-      "cabin", "label",  "sabre", "open",  "line", "word", "tone"};
+      "the",   "of",    "and",   "to",    "in",    "is",   "was",
+      "it",    "for",   "on",    "at",    "as",    "be",   "lab",
+      "cab",   "about", "table", "grab",  "habit", "can",  "stable",
+      "ever",  "enter", "end",   "point", "data",  "tab",  "fable",
+      "cabin", "label", "sabre", "open",  "line",  "word", "tone"};
   std::string text;
   text.reserve(size + 16);
   std::uint32_t state = 12345;
@@ -50,8 +49,8 @@ inline std::string prose(std::size_t size, std::string_view tail = {}) {
 /// Registers "<work>/<size>/<side>" running fn(state, args...).
 template <class Fn, class... Args>
 benchmark::internal::Benchmark* side(std::string const& work,
-                                     std::string const& size,
-                                     char const* who, Fn fn, Args... args) {
+                                     std::string const& size, char const* who,
+                                     Fn fn, Args... args) {
   std::string const name = work + "/" + size + "/" + who;
   return benchmark::RegisterBenchmark(
       name.c_str(), [=](benchmark::State& state) { fn(state, args...); });

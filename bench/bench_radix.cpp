@@ -51,8 +51,7 @@ private:
 
 void radixD2C(benchmark::State& state, std::int64_t digits,
               std::int64_t flagValue) {
-  DString const input(
-      decimalText(static_cast<std::size_t>(digits)).c_str());
+  DString const input(decimalText(static_cast<std::size_t>(digits)).c_str());
   FlagScope const flag(flagValue);
   for (auto _ : state) {
     DString s(input);
@@ -75,8 +74,7 @@ void radixC2D(benchmark::State& state, std::int64_t digits,
 
 #if defined(ZYN_HAVE_GMP)
 void gmpSetStrExport(benchmark::State& state, std::int64_t digits) {
-  std::string const input =
-      decimalText(static_cast<std::size_t>(digits));
+  std::string const input = decimalText(static_cast<std::size_t>(digits));
   mpz_t value;
   mpz_init(value);
   std::vector<unsigned char> out(input.size());
@@ -90,8 +88,7 @@ void gmpSetStrExport(benchmark::State& state, std::int64_t digits) {
 }
 
 void gmpImportGetStr(benchmark::State& state, std::int64_t digits) {
-  std::string const input =
-      decimalText(static_cast<std::size_t>(digits));
+  std::string const input = decimalText(static_cast<std::size_t>(digits));
   mpz_t value;
   mpz_init(value);
   mpz_set_str(value, input.c_str(), 10);
@@ -195,26 +192,26 @@ int const registered = [] {
     return std::string(work) + "/" + size + "/" + side;
   };
   for (Digits const& d : digitCounts) {
-    benchmark::RegisterBenchmark(named("d2c", d.name, "ours").c_str(),
-                                 radixD2C, d.count, 0);
+    benchmark::RegisterBenchmark(named("d2c", d.name, "ours").c_str(), radixD2C,
+                                 d.count, 0);
 #if defined(ZYN_HAVE_GMP)
     benchmark::RegisterBenchmark(named("d2c", d.name, "peer").c_str(),
                                  gmpSetStrExport, d.count);
 #endif
     benchmark::RegisterBenchmark(
-        named("d2c, fgI18NState 1", d.name, "ours").c_str(), radixD2C,
-        d.count, 1);
+        named("d2c, fgI18NState 1", d.name, "ours").c_str(), radixD2C, d.count,
+        1);
   }
   for (Digits const& d : digitCounts) {
-    benchmark::RegisterBenchmark(named("c2d", d.name, "ours").c_str(),
-                                 radixC2D, d.count, 0);
+    benchmark::RegisterBenchmark(named("c2d", d.name, "ours").c_str(), radixC2D,
+                                 d.count, 0);
 #if defined(ZYN_HAVE_GMP)
     benchmark::RegisterBenchmark(named("c2d", d.name, "peer").c_str(),
                                  gmpImportGetStr, d.count);
 #endif
     benchmark::RegisterBenchmark(
-        named("c2d, fgI18NState 1", d.name, "ours").c_str(), radixC2D,
-        d.count, 1);
+        named("c2d, fgI18NState 1", d.name, "ours").c_str(), radixC2D, d.count,
+        1);
   }
   benchmark::RegisterBenchmark("c2x/1 MiB/ours", radixC2X, 0);
   benchmark::RegisterBenchmark("c2x/1 MiB/peer", tableHexEncode);

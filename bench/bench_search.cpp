@@ -3,14 +3,13 @@
 // the same work on the same bytes. Texts are lower-case words and blanks
 // (zynbench::prose) of 64 B, 4 KiB and 1 MiB.
 #include "bench_pairs.hpp"
+
 #include "dstring.hpp"
 
 #include <benchmark/benchmark.h>
-
+#include <cstring>
 #include <fnmatch.h>
 #include <string.h> // memmem
-
-#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -44,32 +43,34 @@ int const registered = [] {
   // Two peers for the 8-byte search; the report keeps the faster.
   for (zynbench::TextSize const& size : zynbench::textSizes) {
     std::string const work = "find 8 bytes";
-    side(work, size.name, "ours",
-         [](benchmark::State& state, std::size_t n) {
-           DString const text{std::string_view(prose(n, needle))};
-           for (auto _ : state)
-             benchmark::DoNotOptimize(text.indexOf(needle, 8, 1));
-           bytesProcessed(state, n);
-         },
-         size.bytes);
-    side(work, size.name, "peer-memmem",
-         [](benchmark::State& state, std::size_t n) {
-           std::string const text = prose(n, needle);
-           for (auto _ : state)
-             benchmark::DoNotOptimize(
-                 memmem(text.data(), text.size(), needle, 8));
-           bytesProcessed(state, n);
-         },
-         size.bytes);
-    side(work, size.name, "peer-find",
-         [](benchmark::State& state, std::size_t n) {
-           std::string const text = prose(n, needle);
-           for (auto _ : state)
-             benchmark::DoNotOptimize(
-                 std::string_view(text).find(needle, 0, 8));
-           bytesProcessed(state, n);
-         },
-         size.bytes);
+    side(
+        work, size.name, "ours",
+        [](benchmark::State& state, std::size_t n) {
+          DString const text{std::string_view(prose(n, needle))};
+          for (auto _ : state)
+            benchmark::DoNotOptimize(text.indexOf(needle, 8, 1));
+          bytesProcessed(state, n);
+        },
+        size.bytes);
+    side(
+        work, size.name, "peer-memmem",
+        [](benchmark::State& state, std::size_t n) {
+          std::string const text = prose(n, needle);
+          for (auto _ : state)
+            benchmark::DoNotOptimize(
+                memmem(text.data(), text.size(), needle, 8));
+          bytesProcessed(state, n);
+        },
+        size.bytes);
+    side(
+        work, size.name, "peer-find",
+        [](benchmark::State& state, std::size_t n) {
+          std::string const text = prose(n, needle);
+          for (auto _ : state)
+            benchmark::DoNotOptimize(std::string_view(text).find(needle, 0, 8));
+          bytesProcessed(state, n);
+        },
+        size.bytes);
   }
 
   // The only occurrence is at the very front: both scan the whole text.
@@ -180,9 +181,9 @@ int const registered = [] {
         std::string const a = prose(n);
         std::string const b = prose(n);
         for (auto _ : state)
-          benchmark::DoNotOptimize(
-              a.size() == b.size() &&
-              std::memcmp(a.data(), b.data(), a.size()) == 0);
+          benchmark::DoNotOptimize(a.size() == b.size() &&
+                                   std::memcmp(a.data(), b.data(), a.size()) ==
+                                       0);
         bytesProcessed(state, n);
       });
   return 0;

@@ -2,10 +2,9 @@
 // 4713 BC) with the Julian calendar up to 2 September 1752 and the
 // Gregorian calendar from 14 September 1752; DTime counts seconds since
 // midnight. Names and formats come from the C library and the locale.
-#include <zyncmncoll.hpp>
-
 #include <clocale>
 #include <iostream>
+#include <zyncmncoll.hpp>
 
 int main() {
   std::setlocale(LC_ALL, "C"); // fixed names and formats for this example
@@ -14,9 +13,8 @@ int main() {
   DDate lastJulian(DDate::September, 2, 1752);
   DDate next = lastJulian + 1;
   std::cout << lastJulian.asString("%d %B") << " " << lastJulian.year()
-            << " is followed by " << next.dayName() << " "
-            << next.dayOfMonth() << " " << next.monthName() << " "
-            << next.year() << "\n";
+            << " is followed by " << next.dayName() << " " << next.dayOfMonth()
+            << " " << next.monthName() << " " << next.year() << "\n";
   std::cout << "1752 has " << DDate::daysInYear(1752)
             << " days; September 1752 has "
             << DDate::daysInMonth(DDate::September, 1752) << "\n";
@@ -41,8 +39,7 @@ int main() {
   // There is no year 0: 1 BC is year -1, and day 0 is in 4713 BC.
   DDate dayZero = DDate::fromJulianDay(0);
   std::cout << "day 0: " << dayZero.dayName() << " " << dayZero.dayOfMonth()
-            << " " << dayZero.monthName() << " " << -dayZero.year()
-            << " BC\n";
+            << " " << dayZero.monthName() << " " << -dayZero.year() << " BC\n";
 
   // Ordinal dates: the eleven missing days of 1752 are left out.
   DDate ordinal(1752, 247);
@@ -50,8 +47,9 @@ int main() {
 
   // The locale's own date format (nl_langinfo(D_FMT)), with a four-digit
   // year on request.
-  std::cout << "locale format: " << y2k << ", four-digit year: "
-            << y2k.asString(DDate::fourDigitYear) << "\n";
+  std::cout << "locale format: " << y2k
+            << ", four-digit year: " << y2k.asString(DDate::fourDigitYear)
+            << "\n";
 
   // Times of day fold modulo one day.
   DTime evening(19, 45, 30);

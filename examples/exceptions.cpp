@@ -3,12 +3,11 @@
 // trace function that collects the report instead of printing it, raises
 // and catches exceptions, adds texts and locations on the way out, and
 // restores the previous trace function.
-#include <zyncmncoll.hpp>
-
 #include <cstddef>
 #include <iostream>
 #include <string>
 #include <vector>
+#include <zyncmncoll.hpp>
 
 namespace {
 
@@ -29,7 +28,8 @@ void loadSettings() {
     name[-1] = 'x'; // a negative index raises DInvalidRequest 1011
   } catch (DException& e) {
     e.setText("while loading the settings");
-    e.addLocation(DExceptionLocation("exceptions.cpp", "loadSettings", __LINE__));
+    e.addLocation(
+        DExceptionLocation("exceptions.cpp", "loadSettings", __LINE__));
     throw;
   }
 }
@@ -75,8 +75,7 @@ int main() {
                         DException::recoverable);
   own.addLocation(DExceptionLocation("exceptions.cpp", "main", __LINE__));
   own.logExceptionData();
-  std::cout << "trace reports after logging our own: " << trace.reports
-            << "\n";
+  std::cout << "trace reports after logging our own: " << trace.reports << "\n";
 
   DException::setTraceFunction(*previous);
   return ok && trace.reports == 2 ? 0 : 1;

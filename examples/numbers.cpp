@@ -1,10 +1,9 @@
 // Radix conversions: each edits the string in place. Hex and binary digits
 // become bytes and back; decimal digits of any length become the shortest
 // big-endian byte string and back. Invalid digits empty the string.
-#include <zyncmncoll.hpp>
-
 #include <iostream>
 #include <string>
+#include <zyncmncoll.hpp>
 
 int main() {
   // Hexadecimal: x2c packs two digits per byte (an odd count gets a

@@ -1,9 +1,8 @@
 // A short tour of libzyncmncoll: make strings, share them, edit one copy
 // (copy on write, seen through the buffer's reference count), and catch a
 // logged exception with its trace report.
-#include <zyncmncoll.hpp>
-
 #include <iostream>
+#include <zyncmncoll.hpp>
 
 int main() {
   DString greeting("hello, world");
@@ -42,8 +41,8 @@ int main() {
   try {
     DString tooLong(nullptr, 0xFFFFFFFFu, ' ');
   } catch (DInvalidRequest const& e) {
-    std::cout << "caught " << e.name() << " " << e.errorId() << ": "
-              << e.text() << "\n";
+    std::cout << "caught " << e.name() << " " << e.errorId() << ": " << e.text()
+              << "\n";
     std::cout << "raised in " << e.locationAtIndex(0)->fileName() << " line "
               << e.locationAtIndex(0)->lineNumber() << "\n";
   }

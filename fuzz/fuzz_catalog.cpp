@@ -2,13 +2,14 @@
 // catalogue texts, against a plain model. The input is split at NUL bytes:
 // the first piece is the catalogue text, the following ones (at most nine)
 // the substitution texts; the first byte chooses how many of them count.
+#include "fuzz_input.hpp"
+
+#include "dbase.hpp"
+
 #include <cstdint>
 #include <cstring>
 #include <string>
 #include <vector>
-
-#include "dbase.hpp"
-#include "fuzz_input.hpp"
 
 namespace {
 

@@ -4,14 +4,15 @@
 // file, and a text it loads must be one of the file's NUL-terminated
 // strings (no substitution texts are given, so only a trailing CR LF may
 // have gone).
+#include "fuzz_input.hpp"
+
+#include "dbase.hpp"
+
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 #include <unistd.h>
-
-#include "dbase.hpp"
-#include "fuzz_input.hpp"
 
 namespace {
 

@@ -35,15 +35,14 @@ public:
   /// small alphabet most of the time, so that searches find something,
   /// and are raw input bytes otherwise.
   std::string text(unsigned int maxLength) {
-    static char const alphabet[] = {'a', 'b', 'c', 'A', ' ', '\t',
+    static char const alphabet[] = {'a',  'b', 'c', 'A', ' ',    '\t',
                                     '\0', 'x', '*', '?', '\xE9', 'B'};
     unsigned int const length = upTo(maxLength);
     bool const raw = (byte() & 7) == 0;
     std::string out;
     for (unsigned int i = 0; i < length && !empty(); ++i) {
       std::uint8_t const b = byte();
-      out.push_back(raw ? static_cast<char>(b)
-                        : alphabet[b % sizeof alphabet]);
+      out.push_back(raw ? static_cast<char>(b) : alphabet[b % sizeof alphabet]);
     }
     return out;
   }

@@ -11,6 +11,11 @@
 // conversion does not round-trip. Stream input (operator>> into a reused
 // target, lineFrom) must store exactly the bytes read. Arguments end right
 // before an unreadable page, so no walk may read past a stated length.
+#include "fuzz_input.hpp"
+
+#include "dexcept.hpp"
+#include "dstring.hpp"
+
 #include <cctype>
 #include <climits>
 #include <clocale>
@@ -22,14 +27,9 @@
 #include <cwctype>
 #include <sstream>
 #include <string>
-#include <vector>
-
 #include <sys/mman.h>
 #include <unistd.h>
-
-#include "dexcept.hpp"
-#include "dstring.hpp"
-#include "fuzz_input.hpp"
+#include <vector>
 
 using dfuzz::fail;
 using dfuzz::show;
@@ -79,12 +79,20 @@ std::string bytesOf(DString const& s) {
 
 // Sample characters of each locale's character set, as byte sequences.
 std::vector<std::string> const& pieces() {
-  static std::vector<std::string> const utf8 = {
-      "a", "b", " ", "\t", "\xC3\xA9", "\xE3\x81\x82", "\xF0\x9F\x98\x80",
-      "\xE4\xB8\xAD", "A", "*", "?"};
+  static std::vector<std::string> const utf8 = {"a",
+                                                "b",
+                                                " ",
+                                                "\t",
+                                                "\xC3\xA9",
+                                                "\xE3\x81\x82",
+                                                "\xF0\x9F\x98\x80",
+                                                "\xE4\xB8\xAD",
+                                                "A",
+                                                "*",
+                                                "?"};
   static std::vector<std::string> const eucjp = {
-      "a", "b", " ", "\t", "\xA4\xA2", "\xB0\xA1", "\x8E\xB1",
-      "\x8F\xB0\xA1", "A", "*", "?"};
+      "a", "b", " ", "\t", "\xA4\xA2", "\xB0\xA1", "\x8E\xB1", "\x8F\xB0\xA1",
+      "A", "*", "?"};
   static std::vector<std::string> const gb18030 = {
       "a", "b", " ", "\t", "\xD6\xD0", "\x81\x30\x81\x30", "\xA1\xA1",
       "\x95\x32\x82\x36", "A", "*", "?",
@@ -322,7 +330,8 @@ std::string wordOf(std::string const& input) {
   while (i < input.size() && std::isspace(static_cast<unsigned char>(input[i])))
     ++i;
   std::size_t j = i;
-  while (j < input.size() && !std::isspace(static_cast<unsigned char>(input[j])))
+  while (j < input.size() &&
+         !std::isspace(static_cast<unsigned char>(input[j])))
     ++j;
   return input.substr(i, j - i);
 }
@@ -372,68 +381,118 @@ void runOne(dfuzz::Input& in) {
   u32 const op = in.upTo(28);
   DString r(s);
   try {
-  switch (op) {
-  case 0: pos("indexOf", s.indexOf(pd, pl, a)); break;
-  case 1: pos("lastIndexOf", s.lastIndexOf(pd, pl, a)); break;
-  case 2: pos("indexOfAnyOf", s.indexOfAnyOf(pd, pl, a)); break;
-  case 3: pos("indexOfAnyBut", s.indexOfAnyBut(pd, pl, a)); break;
-  case 4: pos("lastIndexOfAnyOf", s.lastIndexOfAnyOf(pd, pl, a)); break;
-  case 5: pos("lastIndexOfAnyBut", s.lastIndexOfAnyBut(pd, pl, a)); break;
-  case 6: pos("occurrencesOf", 0); (void)s.occurrencesOf(pd, pl, a); break;
-  case 7: r = s.subString(a == 0xFFFFFFFFu ? 1 : a, b, pad); break;
-  case 8: r = s.subString(a == 0xFFFFFFFFu ? 1 : a); break;
-  case 9: r.upperCase(); break;
-  case 10: r.lowerCase(); break;
-  case 11: r.translate(pd, pl, qd, static_cast<u32>(q.size()), pad); break;
-  case 12: r.strip(pd, pl, static_cast<DStringEnum::StripMode>(b % 3)); break;
-  case 13: r.reverse(); break;
-  case 14: r.overlayWith(pd, pl, b, pad); break;
-  case 15: r.insert(pd, pl, b, pad); break;
-  case 16: r.remove(a == 0xFFFFFFFFu ? 1 : a, b); break;
-  case 17: r.leftJustify(b, pad); break;
-  case 18: r.rightJustify(b, pad); break;
-  case 19: r.center(b, pad); break;
-  case 20: r.change(pd, pl, qd, static_cast<u32>(q.size()), b, 0xFFFFFFFFu); break;
-  case 21: pos("indexOfWord", s.indexOfWord(b % 4 + 1, 1, 0)); r = s.words(b % 3 + 1, 2); break;
-  case 22: r.space(b % 3, pad); break;
-  case 23: r.removeWords(b % 3 + 1, 1); break;
-  case 24: {
-    DString const other(pd, pl);
-    (void)(s == other);
-    (void)(s < other);
-    (void)s.isLike(pd, pl, '*', '?');
-    (void)s.isAbbrevFor(pd, pl, 0);
-    (void)s.buffer()->compare(pd, pl);
-    (void)s.isAlphabetic();
-    (void)s.isValidMBCS();
-    (void)s.includesMBCS();
-    break;
-  }
-  case 26: { // a word into a target that holds q (reused when not empty)
-    std::string const input = p + " " + q;
-    std::istringstream stream(input);
-    r = DString(q.data(), static_cast<u32>(q.size()));
-    stream >> r;
-    if (bytesOf(r) != wordOf(input))
-      fail("operator>>", "input " + show(input) + " target " + show(q) +
-                             " gave " + show(bytesOf(r)));
-    break;
-  }
-  case 28:
-    r.strip(); // white space: iswspace on wide characters (see the model)
-    break;
-  case 27: { // a line: everything up to the first newline
-    std::string const input = p + q + "\n" + t;
-    std::istringstream stream(input);
-    r = DString::lineFrom(stream);
-    if (bytesOf(r) != input.substr(0, input.find('\n')))
-      fail("lineFrom", "input " + show(input) + " gave " + show(bytesOf(r)));
-    break;
-  }
-  default:
-    r = s + DString(p.data(), pl);
-    break;
-  }
+    switch (op) {
+    case 0:
+      pos("indexOf", s.indexOf(pd, pl, a));
+      break;
+    case 1:
+      pos("lastIndexOf", s.lastIndexOf(pd, pl, a));
+      break;
+    case 2:
+      pos("indexOfAnyOf", s.indexOfAnyOf(pd, pl, a));
+      break;
+    case 3:
+      pos("indexOfAnyBut", s.indexOfAnyBut(pd, pl, a));
+      break;
+    case 4:
+      pos("lastIndexOfAnyOf", s.lastIndexOfAnyOf(pd, pl, a));
+      break;
+    case 5:
+      pos("lastIndexOfAnyBut", s.lastIndexOfAnyBut(pd, pl, a));
+      break;
+    case 6:
+      pos("occurrencesOf", 0);
+      (void)s.occurrencesOf(pd, pl, a);
+      break;
+    case 7:
+      r = s.subString(a == 0xFFFFFFFFu ? 1 : a, b, pad);
+      break;
+    case 8:
+      r = s.subString(a == 0xFFFFFFFFu ? 1 : a);
+      break;
+    case 9:
+      r.upperCase();
+      break;
+    case 10:
+      r.lowerCase();
+      break;
+    case 11:
+      r.translate(pd, pl, qd, static_cast<u32>(q.size()), pad);
+      break;
+    case 12:
+      r.strip(pd, pl, static_cast<DStringEnum::StripMode>(b % 3));
+      break;
+    case 13:
+      r.reverse();
+      break;
+    case 14:
+      r.overlayWith(pd, pl, b, pad);
+      break;
+    case 15:
+      r.insert(pd, pl, b, pad);
+      break;
+    case 16:
+      r.remove(a == 0xFFFFFFFFu ? 1 : a, b);
+      break;
+    case 17:
+      r.leftJustify(b, pad);
+      break;
+    case 18:
+      r.rightJustify(b, pad);
+      break;
+    case 19:
+      r.center(b, pad);
+      break;
+    case 20:
+      r.change(pd, pl, qd, static_cast<u32>(q.size()), b, 0xFFFFFFFFu);
+      break;
+    case 21:
+      pos("indexOfWord", s.indexOfWord(b % 4 + 1, 1, 0));
+      r = s.words(b % 3 + 1, 2);
+      break;
+    case 22:
+      r.space(b % 3, pad);
+      break;
+    case 23:
+      r.removeWords(b % 3 + 1, 1);
+      break;
+    case 24: {
+      DString const other(pd, pl);
+      (void)(s == other);
+      (void)(s < other);
+      (void)s.isLike(pd, pl, '*', '?');
+      (void)s.isAbbrevFor(pd, pl, 0);
+      (void)s.buffer()->compare(pd, pl);
+      (void)s.isAlphabetic();
+      (void)s.isValidMBCS();
+      (void)s.includesMBCS();
+      break;
+    }
+    case 26: { // a word into a target that holds q (reused when not empty)
+      std::string const input = p + " " + q;
+      std::istringstream stream(input);
+      r = DString(q.data(), static_cast<u32>(q.size()));
+      stream >> r;
+      if (bytesOf(r) != wordOf(input))
+        fail("operator>>", "input " + show(input) + " target " + show(q) +
+                               " gave " + show(bytesOf(r)));
+      break;
+    }
+    case 28:
+      r.strip(); // white space: iswspace on wide characters (see the model)
+      break;
+    case 27: { // a line: everything up to the first newline
+      std::string const input = p + q + "\n" + t;
+      std::istringstream stream(input);
+      r = DString::lineFrom(stream);
+      if (bytesOf(r) != input.substr(0, input.find('\n')))
+        fail("lineFrom", "input " + show(input) + " gave " + show(bytesOf(r)));
+      break;
+    }
+    default:
+      r = s + DString(p.data(), pl);
+      break;
+    }
   } catch (DException const& e) {
     // Invalid text may raise message 1012 (an invalid or incomplete
     // character); valid text must never raise anything here.

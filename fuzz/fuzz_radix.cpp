@@ -2,13 +2,14 @@
 // both values of DString::fgI18NState, plus round trips: c2x then x2c and
 // c2b then b2c give the bytes back, d2c then c2d gives a decimal string
 // without leading zeros back.
+#include "fuzz_input.hpp"
+
+#include "dstring.hpp"
+
 #include <clocale>
 #include <cstdint>
 #include <string>
 #include <vector>
-
-#include "dstring.hpp"
-#include "fuzz_input.hpp"
 
 using dfuzz::fail;
 using dfuzz::show;

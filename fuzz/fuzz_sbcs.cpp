@@ -4,6 +4,10 @@
 // isLike and isAbbrevFor, bit operators and indexing past the end. Every
 // edit also runs on a handle that shares its buffer with a second one,
 // which must keep its old value.
+#include "fuzz_input.hpp"
+
+#include "dstring.hpp"
+
 #include <algorithm>
 #include <clocale>
 #include <cstdint>
@@ -11,9 +15,6 @@
 #include <functional>
 #include <string>
 #include <vector>
-
-#include "dstring.hpp"
-#include "fuzz_input.hpp"
 
 using dfuzz::fail;
 using dfuzz::show;
@@ -30,13 +31,19 @@ bool inSet(char c, std::string const& set) {
   return set.find(c) != std::string::npos;
 }
 
-bool isBlank(char c) { return inSet(c, std::string("\t\n\v\f\r ", 6)); }
+bool isBlank(char c) {
+  return inSet(c, std::string("\t\n\v\f\r ", 6));
+}
 
 // The predicate given to the DStringTest forms: 'a', 'b' and the byte 0xE9,
 // which must arrive as -23 (a signed char widened to int).
-int abPredicate(int c) { return c == 'a' || c == 'b' || c == -23; }
+int abPredicate(int c) {
+  return c == 'a' || c == 'b' || c == -23;
+}
 
-bool abModel(char c) { return c == 'a' || c == 'b' || c == '\xE9'; }
+bool abModel(char c) {
+  return c == 'a' || c == 'b' || c == '\xE9';
+}
 
 //===--- Search model ---------------------------------------------------===//
 
@@ -116,7 +123,9 @@ std::string modelChange(std::string const& t, std::string const& p,
   return out + t.substr(copied);
 }
 
-std::string pads(std::size_t n, char pad) { return std::string(n, pad); }
+std::string pads(std::size_t n, char pad) {
+  return std::string(n, pad);
+}
 
 //===--- Word model -----------------------------------------------------===//
 
@@ -167,13 +176,15 @@ bool globMatch(std::string const& p, std::string const& t, char anyString,
   return match(0, 0);
 }
 
-bool hasNul(std::string const& s) { return s.find('\0') != std::string::npos; }
+bool hasNul(std::string const& s) {
+  return s.find('\0') != std::string::npos;
+}
 
 void expectText(char const* what, DString const& got, std::string const& want,
                 std::string const& context) {
   if (bytesOf(got) != want)
-    fail(what, context + " gave " + show(bytesOf(got)) + ", model " +
-                   show(want));
+    fail(what,
+         context + " gave " + show(bytesOf(got)) + ", model " + show(want));
 }
 
 void expectNumber(char const* what, unsigned long got, unsigned long want,
@@ -188,8 +199,7 @@ void expectNumber(char const* what, unsigned long got, unsigned long want,
 // handle kept the old text.
 template <class Edit>
 void checkEdit(char const* what, std::string const& t, bool shared,
-               std::string const& want, std::string const& context,
-               Edit edit) {
+               std::string const& want, std::string const& context, Edit edit) {
   DString s(t.data(), static_cast<u32>(t.size()));
   DString other;
   if (shared)
@@ -214,7 +224,8 @@ void runOne(dfuzz::Input& in) {
   u32 const a = in.position(n, op < 12);
   u32 const b = in.position(n, op < 12);
   std::string const c2 = ctx + " a " + std::to_string(a) + " b " +
-                         std::to_string(b) + " pad " + show(std::string(1, pad));
+                         std::to_string(b) + " pad " +
+                         show(std::string(1, pad));
   auto const memberP = [&p](char c) { return inSet(c, p); };
   auto const outsideP = [&p](char c) { return !inSet(c, p); };
   DStringTest const ab(&abPredicate);
@@ -251,18 +262,18 @@ void runOne(dfuzz::Input& in) {
   case 6:
     expectNumber("indexOf(test)", s.indexOf(ab, a),
                  modelForward(t, a, false, false, abModel), c2);
-    expectNumber("indexOfAnyBut(test)", s.indexOfAnyBut(ab, a),
-                 modelForward(t, a, false, false,
-                              [](char c) { return !abModel(c); }),
-                 c2);
+    expectNumber(
+        "indexOfAnyBut(test)", s.indexOfAnyBut(ab, a),
+        modelForward(t, a, false, false, [](char c) { return !abModel(c); }),
+        c2);
     break;
   case 7:
     expectNumber("lastIndexOf(test)", s.lastIndexOf(ab, a),
                  modelBackward(t, a, false, false, abModel), c2);
-    expectNumber("lastIndexOfAnyBut(test)", s.lastIndexOfAnyBut(ab, a),
-                 modelBackward(t, a, false, false,
-                               [](char c) { return !abModel(c); }),
-                 c2);
+    expectNumber(
+        "lastIndexOfAnyBut(test)", s.lastIndexOfAnyBut(ab, a),
+        modelBackward(t, a, false, false, [](char c) { return !abModel(c); }),
+        c2);
     break;
   case 8: {
     unsigned long want = 0;
@@ -270,8 +281,8 @@ void runOne(dfuzz::Input& in) {
          hit = modelIndexOf(t, p, hit + static_cast<u32>(p.size())))
       ++want;
     expectNumber("occurrencesOf",
-                 s.occurrencesOf(p.data(), static_cast<u32>(p.size()), a),
-                 want, c2);
+                 s.occurrencesOf(p.data(), static_cast<u32>(p.size()), a), want,
+                 c2);
     unsigned long wantTest = 0;
     for (std::size_t i = (a == 0 ? 1 : a); i <= n; ++i)
       wantTest += abModel(t[i - 1]) ? 1 : 0;
@@ -281,8 +292,7 @@ void runOne(dfuzz::Input& in) {
   case 9: {
     u32 const count = in.upTo(60);
     std::size_t const from = a == 0 ? 1 : a;
-    std::string want =
-        from > n ? std::string() : t.substr(from - 1, count);
+    std::string want = from > n ? std::string() : t.substr(from - 1, count);
     want += pads(count - want.size(), pad);
     expectText("subString", s.subString(a, count, pad), want,
                c2 + " count " + std::to_string(count));
@@ -320,36 +330,46 @@ void runOne(dfuzz::Input& in) {
     break;
   }
   case 12:
-    checkEdit("upperCase", t, shared, [&] {
-      std::string w = t;
-      for (char& ch : w)
-        if (ch >= 'a' && ch <= 'z')
-          ch = static_cast<char>(ch - 32);
-      return w;
-    }(), c2, [](DString& d) { d.upperCase(); });
+    checkEdit(
+        "upperCase", t, shared,
+        [&] {
+          std::string w = t;
+          for (char& ch : w)
+            if (ch >= 'a' && ch <= 'z')
+              ch = static_cast<char>(ch - 32);
+          return w;
+        }(),
+        c2, [](DString& d) { d.upperCase(); });
     break;
   case 13:
-    checkEdit("lowerCase", t, shared, [&] {
-      std::string w = t;
-      for (char& ch : w)
-        if (ch >= 'A' && ch <= 'Z')
-          ch = static_cast<char>(ch + 32);
-      return w;
-    }(), c2, [](DString& d) { d.lowerCase(); });
+    checkEdit(
+        "lowerCase", t, shared,
+        [&] {
+          std::string w = t;
+          for (char& ch : w)
+            if (ch >= 'A' && ch <= 'Z')
+              ch = static_cast<char>(ch + 32);
+          return w;
+        }(),
+        c2, [](DString& d) { d.lowerCase(); });
     break;
   case 14:
-    checkEdit("translate", t, shared, [&] {
-      std::string w = t;
-      for (char& ch : w) {
-        std::size_t const i = p.find(ch);
-        if (i != std::string::npos)
-          ch = i < q.size() ? q[i] : pad;
-      }
-      return w;
-    }(), c2 + " to " + show(q), [&](DString& d) {
-      d.translate(p.data(), static_cast<u32>(p.size()), q.data(),
-                  static_cast<u32>(q.size()), pad);
-    });
+    checkEdit(
+        "translate", t, shared,
+        [&] {
+          std::string w = t;
+          for (char& ch : w) {
+            std::size_t const i = p.find(ch);
+            if (i != std::string::npos)
+              ch = i < q.size() ? q[i] : pad;
+          }
+          return w;
+        }(),
+        c2 + " to " + show(q),
+        [&](DString& d) {
+          d.translate(p.data(), static_cast<u32>(p.size()), q.data(),
+                      static_cast<u32>(q.size()), pad);
+        });
     break;
   case 15: {
     u32 const mode = in.upTo(3);
@@ -427,8 +447,7 @@ void runOne(dfuzz::Input& in) {
       std::size_t const k = std::min<std::size_t>(count, n - from + 1);
       want = t.substr(0, from - 1) + t.substr(from - 1 + k);
     }
-    checkEdit("remove", t, shared, want,
-              c2 + " count " + std::to_string(count),
+    checkEdit("remove", t, shared, want, c2 + " count " + std::to_string(count),
               [&](DString& d) { d.remove(a, count); });
     checkEdit("remove(start)", t, shared,
               a <= n && n != 0 ? t.substr(0, a == 0 ? 0 : a - 1) : t, c2,
@@ -496,20 +515,19 @@ void runOne(dfuzz::Input& in) {
   case 25: {
     std::vector<Word> const w = wordsOf(t);
     u32 const f = in.upTo(static_cast<u32>(w.size()) + 2);
-    u32 const count =
-        in.byte() % 8 == 0 ? 0xFFFFFFFFu : in.upTo(static_cast<u32>(w.size()) + 2);
+    u32 const count = in.byte() % 8 == 0
+                          ? 0xFFFFFFFFu
+                          : in.upTo(static_cast<u32>(w.size()) + 2);
     std::string const cw =
         ctx + " first " + std::to_string(f) + " count " + std::to_string(count);
     u32 const ff = f == 0 ? 1 : f;
     std::string want;
     if (ff <= w.size() && count != 0) {
-      unsigned long long const lastWanted =
-          std::min<unsigned long long>(0xFFFFFFFFull,
-                                       static_cast<unsigned long long>(ff) +
-                                           count - 1);
+      unsigned long long const lastWanted = std::min<unsigned long long>(
+          0xFFFFFFFFull, static_cast<unsigned long long>(ff) + count - 1);
       Word const& last = lastWanted <= w.size() ? w[lastWanted - 1] : w.back();
-      want = t.substr(w[ff - 1].pos - 1,
-                      last.pos + last.length - w[ff - 1].pos);
+      want =
+          t.substr(w[ff - 1].pos - 1, last.pos + last.length - w[ff - 1].pos);
     }
     expectText("words", s.words(f, count), want, cw);
     std::string removed = t;
@@ -605,15 +623,19 @@ void runOne(dfuzz::Input& in) {
       bool got;
       bool want;
     } const checks[] = {
-        {"isDigits", s.isDigits(), all([](char ch) { return ch >= '0' && ch <= '9'; })},
+        {"isDigits", s.isDigits(),
+         all([](char ch) { return ch >= '0' && ch <= '9'; })},
         {"isASCII", s.isASCII(), all([](char ch) { return (ch & 0x80) == 0; })},
         {"isWhiteSpace", s.isWhiteSpace(), all(isBlank)},
-        {"isUpperCase", s.isUpperCase(), all([](char ch) { return ch >= 'A' && ch <= 'Z'; })},
-        {"isLowerCase", s.isLowerCase(), all([](char ch) { return ch >= 'a' && ch <= 'z'; })},
+        {"isUpperCase", s.isUpperCase(),
+         all([](char ch) { return ch >= 'A' && ch <= 'Z'; })},
+        {"isLowerCase", s.isLowerCase(),
+         all([](char ch) { return ch >= 'a' && ch <= 'z'; })},
         {"isAlphabetic", s.isAlphabetic(), all([](char ch) {
            return (ch >= 'a' && ch <= 'z') || (ch >= 'A' && ch <= 'Z');
          })},
-        {"isPrintable", s.isPrintable(), all([](char ch) { return ch >= 0x20 && ch < 0x7F; })},
+        {"isPrintable", s.isPrintable(),
+         all([](char ch) { return ch >= 0x20 && ch < 0x7F; })},
         {"isBinaryDigits", s.isBinaryDigits(), all([](char ch) {
            return ch == '0' || ch == '1' || (ch & 0x80) != 0;
          })},

@@ -2,14 +2,13 @@
 // line, and every file in every directory named there, is passed once to
 // LLVMFuzzerTestOneInput. ctest runs each target's checked-in corpus this
 // way in the normal build; a mismatch aborts the run.
-#include <dirent.h>
-#include <sys/stat.h>
-
 #include <cstdint>
 #include <cstdio>
+#include <dirent.h>
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <sys/stat.h>
 #include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data,

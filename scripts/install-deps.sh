@@ -4,7 +4,7 @@
 set -euo pipefail
 packages=(cmake ninja-build g++ libgtest-dev libbenchmark-dev libgmp-dev libfmt-dev
           locales libc-bin pkg-config doxygen gdb abigail-tools valgrind clang
-          libclang-rt-14-dev lintian dpkg-dev file)
+          clang-format libclang-rt-14-dev lintian dpkg-dev file)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" ||

@@ -6,11 +6,11 @@
 // DBuffer::defaultBuffer()->newBuffer(), whose allocate() consults
 // MB_CUR_MAX at each call. DString::fgI18NState is 0 throughout.
 #include "bench_pairs.hpp"
+
 #include "dbuffer.hpp"
 #include "dstring.hpp"
 
 #include <benchmark/benchmark.h>
-
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
@@ -27,11 +27,23 @@ constexpr char pattern[] = "\xE7\x8C\xAB\xE7\x8A\xAC\xE9\xB3\xA5"; // 3 CJK
 constexpr unsigned int patternLength = sizeof pattern - 1;
 
 std::string utf8Text(std::size_t size, std::string_view tail) {
-  static char const* const words[] = {
-      "the",  "caf\xC3\xA9",  "\xC3\xBC" "ber", "\xE6\x97\xA5\xE6\x9C\xAC",
-      "text", "na\xC3\xAF" "ve", "se\xC3\xB1or", "\xD0\xB4\xD0\xB0\xD0\xBD",
-      "\xE2\x82\xAC" "5", "\xF0\x9D\x84\x9E", "and", "\xE8\xAA\x9E",
-      "of",   "data"};
+  static char const* const words[] = {"the",
+                                      "caf\xC3\xA9",
+                                      "\xC3\xBC"
+                                      "ber",
+                                      "\xE6\x97\xA5\xE6\x9C\xAC",
+                                      "text",
+                                      "na\xC3\xAF"
+                                      "ve",
+                                      "se\xC3\xB1or",
+                                      "\xD0\xB4\xD0\xB0\xD0\xBD",
+                                      "\xE2\x82\xAC"
+                                      "5",
+                                      "\xF0\x9D\x84\x9E",
+                                      "and",
+                                      "\xE8\xAA\x9E",
+                                      "of",
+                                      "data"};
   std::string text;
   std::uint32_t state = 4711;
   while (text.size() + tail.size() < size) {

@@ -5,10 +5,10 @@
 // good; every benchmark checks that no thread has been started.
 #include "bench_oldabi.hpp"
 #include "bench_pairs.hpp"
+
 #include "dstring.hpp"
 
 #include <benchmark/benchmark.h>
-
 #include <string>
 #include <sys/single_threaded.h>
 

@@ -35,15 +35,12 @@ public:
 
   /// Message \p id of the catalogue in force, "%1".."%9" filled from the
   /// leading non-null texts; a missing text gives the fallback text.
-  static DMessageText messageText(unsigned long id, char const* s1 = nullptr,
-                                  char const* s2 = nullptr,
-                                  char const* s3 = nullptr,
-                                  char const* s4 = nullptr,
-                                  char const* s5 = nullptr,
-                                  char const* s6 = nullptr,
-                                  char const* s7 = nullptr,
-                                  char const* s8 = nullptr,
-                                  char const* s9 = nullptr);
+  static DMessageText
+  messageText(unsigned long id, char const* s1 = nullptr,
+              char const* s2 = nullptr, char const* s3 = nullptr,
+              char const* s4 = nullptr, char const* s5 = nullptr,
+              char const* s6 = nullptr, char const* s7 = nullptr,
+              char const* s8 = nullptr, char const* s9 = nullptr);
   /// The catalogue name in force: on first use "KOVRA MSGFILE" from the
   /// environment, else "zorvanecl.cat".
   static char const* messageFile();

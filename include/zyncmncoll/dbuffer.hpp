@@ -244,9 +244,9 @@ public:
 
   /// New buffer of the three pieces in order; a null piece stands for its
   /// length in \p pad bytes. Raises the 1010 overflow past 32 bits.
-  DBuffer* newBuffer(void const* data1, unsigned int length1,
-                     void const* data2, unsigned int length2,
-                     void const* data3, unsigned int length3, char pad) const;
+  DBuffer* newBuffer(void const* data1, unsigned int length1, void const* data2,
+                     unsigned int length2, void const* data3,
+                     unsigned int length3, char pad) const;
   /// The empty buffer matching the receiver's class (no reference taken).
   DBuffer* null() const;
 

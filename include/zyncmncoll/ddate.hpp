@@ -40,12 +40,29 @@ public:
   /// Months, January 1 .. December 12. Any int converts (isValid() answers
   /// false for the others), hence the fixed underlying type.
   enum Month : int {
-    January = 1, February, March, April, May, June, July, August,
-    September, October, November, December
+    January = 1,
+    February,
+    March,
+    April,
+    May,
+    June,
+    July,
+    August,
+    September,
+    October,
+    November,
+    December
   };
   /// Weekdays as the day number modulo 7: Monday 0 .. Sunday 6.
-  enum DayOfWeek { Monday = 0, Tuesday, Wednesday, Thursday, Friday,
-                   Saturday, Sunday };
+  enum DayOfWeek {
+    Monday = 0,
+    Tuesday,
+    Wednesday,
+    Thursday,
+    Friday,
+    Saturday,
+    Sunday
+  };
   /// asString(): fourDigitYear turns "y" into "Y" in the locale's date
   /// format; any other int takes the format as it is.
   enum YearFormat : int { localeYear = 0, fourDigitYear = 1 };
@@ -196,7 +213,9 @@ private:
 };
 
 /// The date \p days days after \p date.
-inline DDate operator+(long days, DDate const& date) { return date + days; }
+inline DDate operator+(long days, DDate const& date) {
+  return date + days;
+}
 
 /// Writes asString(DDate::localeYear).
 D_EXPORT std::ostream& operator<<(std::ostream& os, DDate const& date);

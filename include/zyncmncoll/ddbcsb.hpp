@@ -9,7 +9,7 @@
 #include "dbuffer.hpp"
 #include "ddefs.hpp"
 
-#include <wchar.h>
+#include <cwchar>
 
 /// Multibyte buffer; adds no data. Overrides every DBuffer slot except
 /// asString, asDebugInfo and copy.
@@ -109,8 +109,8 @@ public:
   DBuffer* change(char const* pattern, unsigned int patternLength,
                   char const* replacement, unsigned int replacementLength,
                   unsigned int start, unsigned int count) override;
-  DBuffer* insert(char const* data, unsigned int length,
-                  unsigned int position, char pad) override;
+  DBuffer* insert(char const* data, unsigned int length, unsigned int position,
+                  char pad) override;
   DBuffer* leftJustify(unsigned int width, char pad) override;
   DBuffer* lowerCase() override;
   DBuffer* overlayWith(char const* data, unsigned int length,
@@ -121,11 +121,9 @@ public:
   DBuffer* strip(char const* set, unsigned int length,
                  DStringEnum::StripMode mode) override;
   /// Multibyte: with fgI18NState 1, \p test sees wide characters.
-  DBuffer* strip(DStringTest const& test,
-                 DStringEnum::StripMode mode) override;
-  DBuffer* translate(char const* from, unsigned int fromLength,
-                     char const* to, unsigned int toLength,
-                     char pad) override;
+  DBuffer* strip(DStringTest const& test, DStringEnum::StripMode mode) override;
+  DBuffer* translate(char const* from, unsigned int fromLength, char const* to,
+                     unsigned int toLength, char pad) override;
   DBuffer* upperCase() override;
   /// @}
 
@@ -146,15 +144,16 @@ public:
 
   /// Byte length (at least 1) of the character at \p p; NUL, invalid and
   /// incomplete sequences measure 1.
-  static unsigned int charLength(char const* p, __mbstate_t* state);
+  static unsigned int charLength(char const* p, std::mbstate_t* state);
   /// charLength() of the character at 1-based byte \p position.
-  unsigned int charLength(unsigned int position, __mbstate_t* state) const;
+  unsigned int charLength(unsigned int position, std::mbstate_t* state) const;
   /// Length of the character ending just before 1-based byte \p position.
   unsigned int prevCharLength(unsigned int position) const;
   /// Same as prevCharLength(position); \p state is ignored.
-  unsigned int prevCharLength(unsigned int position, __mbstate_t* state) const;
+  unsigned int prevCharLength(unsigned int position,
+                              std::mbstate_t* state) const;
   /// True when the character at \p p is one byte long.
-  static bool isSBC(char const* p, __mbstate_t* state);
+  static bool isSBC(char const* p, std::mbstate_t* state);
   /// True when the character at \p position is one whole character of the
   /// \p setLength-byte \p set.
   bool isCharValid(unsigned int position, char const* set,

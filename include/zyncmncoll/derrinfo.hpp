@@ -54,8 +54,7 @@ public:
   /// Throws from the current errno with the group DException::CLibrary.
   static void throwCLibError(char const* prefix,
                              DExceptionLocation const& location,
-                             ExceptionType type,
-                             DException::Severity severity);
+                             ExceptionType type, DException::Severity severity);
 
 private:
   int available;
@@ -98,8 +97,7 @@ public:
   /// Throws with the group DException::presentationSystem (error id 0).
   static void throwGUIError(char const* prefix,
                             DExceptionLocation const& location,
-                            ExceptionType type,
-                            DException::Severity severity);
+                            ExceptionType type, DException::Severity severity);
 
 private:
   char* errorText;

@@ -110,7 +110,8 @@ public:
   DException& setErrorCodeGroup(char const* group);
   /// Pushes a copy of \p text as the new line 0; null is ignored.
   DException& setText(char const* text);
-  /// Appends \p text to line 0 (or sets it when there is none); null is ignored.
+  /// Appends \p text to line 0 (or sets it when there is none); null is
+  /// ignored.
   DException& appendText(char const* text);
 
   /// The error id; 0 means none.
@@ -155,14 +156,15 @@ private:
   char const* groupText;
 };
 
-/// Declares an exception subclass that only forwards its constructor and names itself.
+/// Declares an exception subclass that only forwards its constructor and names
+/// itself.
 #define D_DECLARE_EXCEPTION(Name, Base)                                        \
   class D_EXPORT Name : public Base {                                          \
   public:                                                                      \
-    /** As DException's constructor; the class names itself in reports. */    \
+    /** As DException's constructor; the class names itself in reports. */     \
     Name(char const* text, unsigned long errorId = 0,                          \
          DException::Severity severity = DException::unrecoverable);           \
-    /** Deep copy, as DException's copy constructor. */                       \
+    /** Deep copy, as DException's copy constructor. */                        \
     Name(Name const& other);                                                   \
     ~Name() override;                                                          \
     char const* name() const override;                                         \

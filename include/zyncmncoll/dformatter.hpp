@@ -34,9 +34,15 @@
 
 namespace dinternal {
 /// The text a value formats as.
-inline DString const& formatText(DString const& text) { return text; }
-inline DString formatText(DDate const& date) { return date.asString(); }
-inline DString formatText(DTime const& time) { return time.asString("%X"); }
+inline DString const& formatText(DString const& text) {
+  return text;
+}
+inline DString formatText(DDate const& date) {
+  return date.asString();
+}
+inline DString formatText(DTime const& time) {
+  return time.asString("%X");
+}
 } // namespace dinternal
 
 #if !defined(D_FORMATTER_NO_FMT) && defined(__has_include)

@@ -8,7 +8,7 @@
 
 #include "ddefs.hpp"
 
-#include <wchar.h>
+#include <cwchar>
 
 /// An owned array of wide characters and its count; never shared.
 class D_EXPORT DWBuffer {
@@ -61,7 +61,7 @@ private:
 /// Converts one character of at most \p n bytes; returns the bytes used (a
 /// NUL uses 1). Raises 1012 (line 725 invalid, 760 incomplete).
 D_EXPORT unsigned int cvtMB2WC(char const* s, unsigned int n, wchar_t* out,
-                               __mbstate_t* state);
+                               std::mbstate_t* state);
 /// Converts \p n bytes (NULs included); returns the wide characters written.
 D_EXPORT unsigned int cvtMBS2WCS(char const* s, unsigned int n, wchar_t* out);
 /// Writes \p count wide characters as multibyte text into at most

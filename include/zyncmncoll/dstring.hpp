@@ -148,7 +148,7 @@ public:
                        unsigned int start) const {
     return buffer()->indexOf(pattern, length, start);
   }
-  /// As above, \p pattern measured to its NUL (null: empty).
+  /// As above, \p pattern measured to its NUL (a null one is empty).
   unsigned int indexOf(char const* pattern, unsigned int start = 1) const {
     return indexOf(pattern, textLength(pattern), start);
   }
@@ -173,13 +173,12 @@ public:
                              unsigned int start) const {
     return buffer()->indexOfAnyBut(set, length, start);
   }
-  /// As above, \p set measured to its NUL (null: empty).
+  /// As above, \p set measured to its NUL (a null one is empty).
   unsigned int indexOfAnyBut(char const* set, unsigned int start = 1) const {
     return indexOfAnyBut(set, textLength(set), start);
   }
   /// First position at or after \p start whose byte is not in \p set.
-  unsigned int indexOfAnyBut(DString const& set,
-                             unsigned int start = 1) const {
+  unsigned int indexOfAnyBut(DString const& set, unsigned int start = 1) const {
     return indexOfAnyBut(set.pBuffer, set.length(), start);
   }
   /// First position at or after \p start whose byte fails \p test.
@@ -198,7 +197,7 @@ public:
                             unsigned int start) const {
     return buffer()->indexOfAnyOf(set, length, start);
   }
-  /// As above, \p set measured to its NUL (null: empty).
+  /// As above, \p set measured to its NUL (a null one is empty).
   unsigned int indexOfAnyOf(char const* set, unsigned int start = 1) const {
     return indexOfAnyOf(set, textLength(set), start);
   }
@@ -220,7 +219,7 @@ public:
                            unsigned int start) const {
     return buffer()->lastIndexOf(pattern, length, start);
   }
-  /// As above, \p pattern measured to its NUL (null: empty).
+  /// As above, \p pattern measured to its NUL (a null one is empty).
   unsigned int lastIndexOf(char const* pattern,
                            unsigned int start = 0xFFFFFFFFu) const {
     return lastIndexOf(pattern, textLength(pattern), start);
@@ -248,7 +247,7 @@ public:
                                  unsigned int start) const {
     return buffer()->lastIndexOfAnyBut(set, length, start);
   }
-  /// As above, \p set measured to its NUL (null: empty).
+  /// As above, \p set measured to its NUL (a null one is empty).
   unsigned int lastIndexOfAnyBut(char const* set,
                                  unsigned int start = 0xFFFFFFFFu) const {
     return lastIndexOfAnyBut(set, textLength(set), start);
@@ -275,7 +274,7 @@ public:
                                 unsigned int start) const {
     return buffer()->lastIndexOfAnyOf(set, length, start);
   }
-  /// As above, \p set measured to its NUL (null: empty).
+  /// As above, \p set measured to its NUL (a null one is empty).
   unsigned int lastIndexOfAnyOf(char const* set,
                                 unsigned int start = 0xFFFFFFFFu) const {
     return lastIndexOfAnyOf(set, textLength(set), start);
@@ -325,12 +324,11 @@ public:
   DString& lowerCase();
   /// Bytes of \p from replaced by the byte at the same index of \p to, or
   /// \p pad past its end.
-  DString& translate(char const* from, unsigned int fromLength,
-                     char const* to, unsigned int toLength, char pad = ' ');
+  DString& translate(char const* from, unsigned int fromLength, char const* to,
+                     unsigned int toLength, char pad = ' ');
   /// As above with all bytes of \p from and \p to.
   DString& translate(DString const& from, DString const& to, char pad = ' ') {
-    return translate(from.pBuffer, from.length(), to.pBuffer, to.length(),
-                     pad);
+    return translate(from.pBuffer, from.length(), to.pBuffer, to.length(), pad);
   }
   /// Bytes of \p set removed at the ends \p mode names.
   DString& strip(char const* set, unsigned int length,
@@ -360,8 +358,8 @@ public:
     return overlayWith(data.pBuffer, data.length(), position, pad);
   }
   /// \p data inserted behind byte \p position (0: at the front).
-  DString& insert(char const* data, unsigned int length,
-                  unsigned int position, char pad = ' ');
+  DString& insert(char const* data, unsigned int length, unsigned int position,
+                  char pad = ' ');
   /// All bytes of \p data inserted behind byte \p position (0: at the
   /// front); a position past the end pads with \p pad first.
   DString& insert(DString const& data, unsigned int position = 0,
@@ -477,9 +475,9 @@ public:
   DString& operator&=(char const* mask);
   /// applyBitOp() with all bytes of \p mask and bitAnd.
   DString& operator&=(DString const& mask);
-  /// =(char const* mask)|applyBitOp(mask, its length to the NUL, bitOr).
+  /// applyBitOp(mask, its length to the NUL, bitOr).
   DString& operator|=(char const* mask);
-  /// =(DString const& mask)|applyBitOp() with all bytes of \p mask and bitOr.
+  /// applyBitOp() with all bytes of \p mask and bitOr.
   DString& operator|=(DString const& mask);
   /// applyBitOp(mask, its length to the NUL, bitXor).
   DString& operator^=(char const* mask);
@@ -489,9 +487,9 @@ public:
   DString operator&(char const* mask) const;
   /// A copy combined as by operator&=; this string is unchanged.
   DString operator&(DString const& mask) const;
-  /// (char const* mask)|A copy combined as by operator|=; this string is unchanged.
+  /// A copy combined as by operator|=; this string is unchanged.
   DString operator|(char const* mask) const;
-  /// (DString const& mask)|A copy combined as by operator|=; this string is unchanged.
+  /// A copy combined as by operator|=; this string is unchanged.
   DString operator|(DString const& mask) const;
   /// A copy combined as by operator^=; this string is unchanged.
   DString operator^(char const* mask) const;
@@ -577,7 +575,8 @@ public:
   }
   /// Non-empty and every byte is "0" or "1" (bytes 0x80-0xFF pass too).
   bool isBinaryDigits() const;
-  /// The characters up to \p delimiter (consumed, not stored).
+  /// The bytes read from \p in up to \p delimiter (consumed, not stored) or
+  /// the end of the stream; NULs and bytes 0x80-0xFF are kept.
   static DString lineFrom(std::istream& in, char delimiter = '\n');
   /// @}
 
@@ -603,7 +602,9 @@ private:
 
 /// Writes the text up to its first NUL byte.
 D_EXPORT std::ostream& operator<<(std::ostream& os, DString const& text);
-/// Reads one white-space-delimited word (honours the stream width).
+/// Reads one word: skips leading white space when skipws is set, then
+/// stores bytes up to the next white space or the end; a width w stores at
+/// most w - 1 bytes. A failed read leaves \p target empty.
 D_EXPORT std::istream& operator>>(std::istream& in, DString& target);
 
 /// \p text followed by \p string.
@@ -611,7 +612,7 @@ D_EXPORT DString operator+(char const* text, DString const& string);
 /// \p text ANDed with \p mask repeated cyclically; the result has the
 /// length of \p text.
 D_EXPORT DString operator&(char const* text, DString const& mask);
-/// (|\p text ORed with \p mask repeated cyclically (length of \p text).
+/// \p text ORed with \p mask repeated cyclically (length of \p text).
 D_EXPORT DString operator|(char const* text, DString const& mask);
 /// \p text XORed with \p mask repeated cyclically (length of \p text).
 D_EXPORT DString operator^(char const* text, DString const& mask);
@@ -631,29 +632,29 @@ D_EXPORT bool operator<=(DString const& a, DString const& b);
 D_EXPORT bool operator>(DString const& a, DString const& b);
 /// \p a sorts after \p b or equal.
 D_EXPORT bool operator>=(DString const& a, DString const& b);
-/// As the DString forms, \p b measured to its NUL (null: empty).
+/// As the DString forms, \p b read to its NUL; a null \p b compares as "".
 D_EXPORT bool operator==(DString const& a, char const* b);
-/// As the DString forms, \p b measured to its NUL (null: empty).
+/// As the DString forms, \p b read to its NUL; a null \p b compares as "".
 D_EXPORT bool operator!=(DString const& a, char const* b);
-/// As the DString forms, \p b measured to its NUL (null: empty).
+/// As the DString forms, \p b read to its NUL; a null \p b compares as "".
 D_EXPORT bool operator<(DString const& a, char const* b);
-/// As the DString forms, \p b measured to its NUL (null: empty).
+/// As the DString forms, \p b read to its NUL; a null \p b compares as "".
 D_EXPORT bool operator<=(DString const& a, char const* b);
-/// As the DString forms, \p b measured to its NUL (null: empty).
+/// As the DString forms, \p b read to its NUL; a null \p b compares as "".
 D_EXPORT bool operator>(DString const& a, char const* b);
-/// As the DString forms, \p b measured to its NUL (null: empty).
+/// As the DString forms, \p b read to its NUL; a null \p b compares as "".
 D_EXPORT bool operator>=(DString const& a, char const* b);
-/// As the DString forms, \p a measured to its NUL (null: empty).
+/// As the DString forms, \p a read to its NUL; a null \p a compares as "".
 D_EXPORT bool operator==(char const* a, DString const& b);
-/// As the DString forms, \p a measured to its NUL (null: empty).
+/// As the DString forms, \p a read to its NUL; a null \p a compares as "".
 D_EXPORT bool operator!=(char const* a, DString const& b);
-/// As the DString forms, \p a measured to its NUL (null: empty).
+/// As the DString forms, \p a read to its NUL; a null \p a compares as "".
 D_EXPORT bool operator<(char const* a, DString const& b);
-/// As the DString forms, \p a measured to its NUL (null: empty).
+/// As the DString forms, \p a read to its NUL; a null \p a compares as "".
 D_EXPORT bool operator<=(char const* a, DString const& b);
-/// As the DString forms, \p a measured to its NUL (null: empty).
+/// As the DString forms, \p a read to its NUL; a null \p a compares as "".
 D_EXPORT bool operator>(char const* a, DString const& b);
-/// As the DString forms, \p a measured to its NUL (null: empty).
+/// As the DString forms, \p a read to its NUL; a null \p a compares as "".
 D_EXPORT bool operator>=(char const* a, DString const& b);
 /// @}
 

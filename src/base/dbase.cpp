@@ -7,7 +7,6 @@
 #include "base/dthrow_p.hpp"
 
 #include "dexctrace.hpp"
-#include "dstring.hpp"
 
 #include <cstdio>
 #include <cstdlib>
@@ -16,7 +15,6 @@
 #include <mutex>
 #include <new>
 #include <nl_types.h>
-#include <ostream>
 
 static char const thisFile[] = "dbase";
 // The location DKOVR_Init::newHandler reports.
@@ -37,41 +35,7 @@ DBase::Version DBase::version() {
   return Version{310, 1};
 }
 
-// "<prefix>" + the address as hexadecimal digits + ")": the address as a
-// decimal DString, turned into its shortest big-endian bytes by d2c and
-// those into upper-case hexadecimal by c2x.
-static DString debugInfo(char const* prefix, void const* address) {
-  DString hex(reinterpret_cast<unsigned long>(address));
-  hex.d2c().c2x();
-  return DString(prefix, static_cast<unsigned int>(std::strlen(prefix)),
-                 static_cast<char const*>(hex), hex.length(), ")", 1);
-}
-
-DString DBase::asString() const {
-  return DString("DBase object");
-}
-
-DString DBase::asDebugInfo() const {
-  return debugInfo("DBase(@", this);
-}
-
-std::ostream& operator<<(std::ostream& os, DBase const& object) {
-  return os << object.asString();
-}
-
 DVBase::~DVBase() {}
-
-DString DVBase::asString() const {
-  return DString("DVBase object");
-}
-
-DString DVBase::asDebugInfo() const {
-  return debugInfo("DVBase(@", this);
-}
-
-std::ostream& operator<<(std::ostream& os, DVBase const& object) {
-  return os << object.asString();
-}
 
 //===--- Catalogue name ---------------------------------------------------===//
 

@@ -1,6 +1,7 @@
 // Finding the message catalogue (catopen's search, then the library's own
 // installed copy) and checking a catalogue file before catopen maps it.
 #include "base/dcatalog_p.hpp"
+#include "base/dcompiler_p.hpp"
 
 #include <algorithm>
 #include <cerrno>
@@ -84,12 +85,12 @@ bool isSoundCatalogue(int fd) {
     return false;
 
   std::uint32_t const magic = wordAt(head, 0);
-  bool const swapped = magic == __builtin_bswap32(catalogueMagic);
+  bool const swapped = magic == dinternal::byteSwap(catalogueMagic);
   if (magic != catalogueMagic && !swapped)
     return false;
   auto header = [&](std::uint64_t offset) -> std::uint64_t {
     std::uint32_t const word = wordAt(head, offset);
-    return swapped ? __builtin_bswap32(word) : word;
+    return swapped ? dinternal::byteSwap(word) : word;
   };
   std::uint64_t const planeSize = header(4);
   std::uint64_t const planeDepth = header(8);
@@ -129,8 +130,8 @@ bool isSoundCatalogue(int fd) {
     return false;
   // The string at the largest offset must end inside the file.
   for (std::uint64_t at = pool + last; at < size;) {
-    std::size_t const n =
-        static_cast<std::size_t>(std::min<std::uint64_t>(size - at, sizeof block));
+    std::size_t const n = static_cast<std::size_t>(
+        std::min<std::uint64_t>(size - at, sizeof block));
     if (!readAt(fd, block, n, at))
       return false;
     if (std::memchr(block, '\0', n) != nullptr)

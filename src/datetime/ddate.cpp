@@ -288,7 +288,9 @@ DString DDate::asString(YearFormat yearFormat) const {
 // weekday and day of the year, and in the local time zone it may move a
 // time that falls into a daylight-saving gap (callers who need zone-free
 // output set TZ).
-void dinternal::normalizeTm(std::tm& t) { std::mktime(&t); }
+void dinternal::normalizeTm(std::tm& t) {
+  std::mktime(&t);
+}
 
 // The caller's format is the whole point here, so it cannot be a literal.
 #pragma GCC diagnostic push

@@ -1,6 +1,8 @@
 // Byte-wise scanners used by the radix conversions with DString::fgI18NState
 // on: the first byte that differs from a given one, and whole-text digit
 // tests in the current locale. Lengths are bytes; positions are 1-based.
+#include "base/dcompiler_p.hpp"
+
 #include "dnlsutil.hpp"
 
 #include <cstdint>
@@ -33,7 +35,7 @@ unsigned int indexThatIsNot(char const* s, unsigned int len, char c) {
 // of the whole block are ANDed together and checked once.
 template <unsigned short Class>
 static bool everyByteIs(char const* s, unsigned int len) {
-  unsigned short const* const table = *__ctype_b_loc();
+  unsigned short const* const table = dinternal::ctypeTable();
   unsigned int i = 0;
   for (; len - i >= 64; i += 64) {
     unsigned int all = Class;

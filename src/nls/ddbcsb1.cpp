@@ -131,12 +131,12 @@ char const* DDBCSBuffer::className() const {
 
 //===--- Character model --------------------------------------------------===//
 
-unsigned int DDBCSBuffer::charLength(char const* p, __mbstate_t* state) {
+unsigned int DDBCSBuffer::charLength(char const* p, std::mbstate_t* state) {
   return dinternal::measureChar(p, measureLimit, state);
 }
 
 unsigned int DDBCSBuffer::charLength(unsigned int position,
-                                     __mbstate_t* state) const {
+                                     std::mbstate_t* state) const {
   // The terminator and anything outside the text measure one byte.
   if (position == 0 || position > length())
     return 1;
@@ -144,7 +144,7 @@ unsigned int DDBCSBuffer::charLength(unsigned int position,
                                 length() - position + 1, state);
 }
 
-bool DDBCSBuffer::isSBC(char const* p, __mbstate_t* state) {
+bool DDBCSBuffer::isSBC(char const* p, std::mbstate_t* state) {
   return charLength(p, state) == 1;
 }
 
@@ -168,7 +168,7 @@ unsigned int DDBCSBuffer::prevCharLength(unsigned int position) const {
 }
 
 unsigned int DDBCSBuffer::prevCharLength(unsigned int position,
-                                         __mbstate_t*) const {
+                                         std::mbstate_t*) const {
   return prevCharLength(position);
 }
 

@@ -79,8 +79,7 @@ std::vector<unsigned int> characterStarts(char const* text,
 /// its own bytes.
 /// With \p wide, the wide characters themselves are stored there too, from
 /// the same walk.
-std::vector<unsigned int> wideCharOffsets(char const* text,
-                                          unsigned int length,
+std::vector<unsigned int> wideCharOffsets(char const* text, unsigned int length,
                                           std::vector<wchar_t>* wide = nullptr);
 
 } // namespace dinternal

@@ -1,11 +1,11 @@
 // Multibyte searches and substrings: the DDBCSBuffer overrides that only
 // ever answer the first byte of a character, and the character walker
 // (CharStarts) that every multibyte search and edit steps with.
-#include "ddbcsb.hpp"
+#include "nls/dcharstarts_p.hpp"
 
+#include "ddbcsb.hpp"
 #include "dnlsutil.hpp"
 #include "dstring.hpp"
-#include "nls/dcharstarts_p.hpp"
 
 #include <algorithm>
 #include <cassert>

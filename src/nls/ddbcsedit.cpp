@@ -1,13 +1,14 @@
 // Multibyte edits: the DDBCSBuffer overrides that never leave part of a
 // character in their result. Flag 0 edits bytes with DBuffer's own rules
 // and repairs cut characters; flag 1 edits wide characters (DWBuffer).
-#include "ddbcsb.hpp"
-
-#include "dnlsutil.hpp"
-#include "dstring.hpp"
+#include "base/dcompiler_p.hpp"
 #include "nls/dcharstarts_p.hpp"
 #include "string/dbufcount_p.hpp"
 #include "string/dstring_p.hpp"
+
+#include "ddbcsb.hpp"
+#include "dnlsutil.hpp"
+#include "dstring.hpp"
 
 #include <algorithm>
 #include <cassert>
@@ -347,7 +348,7 @@ DBuffer* DDBCSBuffer::center(unsigned int width, char pad) {
 // block stays. tests/lsan.supp and tests/valgrind.supp name this function
 // only (never inlined, so it is on the stack), and any other leak in
 // insert() is still reported. The volatile store keeps the call.
-[[gnu::noinline]] static void reserveInsertFootprint(unsigned int length) {
+D_NOINLINE static void reserveInsertFootprint(unsigned int length) {
   void* volatile reserved = std::malloc(4 * std::size_t{length} + 1);
   (void)reserved;
 }

@@ -128,7 +128,7 @@ unsigned int DWBuffer::lastPositionOfAnyBut(DWBuffer& set,
 //===--- Conversions ------------------------------------------------------===//
 
 unsigned int cvtMB2WC(char const* s, unsigned int n, wchar_t* out,
-                      __mbstate_t* state) {
+                      std::mbstate_t* state) {
   std::size_t const used = std::mbrtowc(out, s, n, state);
   if (used == 0)
     return 1;

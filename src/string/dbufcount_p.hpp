@@ -5,8 +5,10 @@
 #ifndef D_STRING_DBUFCOUNT_P_HPP
 #define D_STRING_DBUFCOUNT_P_HPP
 
-#include "dbuffer.hpp"
+#include "base/dcompiler_p.hpp"
 #include "oss/doss.hpp"
+
+#include "dbuffer.hpp"
 
 #if defined(__has_include)
 #if __has_include(<sys/single_threaded.h>)
@@ -35,21 +37,19 @@ struct BufferCount {
   /// Takes refGuard: an atomic exchange, and the waiting function of
   /// libzynosse when another thread holds it.
   static void lock() {
-    if (__atomic_exchange_n(&DBuffer::refGuard, 1, __ATOMIC_ACQUIRE) != 0)
+    if (atomicExchangeAcquire(&DBuffer::refGuard, 1) != 0)
       ossLockGetConflict(&DBuffer::refGuard);
   }
   /// Drops refGuard with a full fence and a store of 0 in one instruction:
   /// the exchange is a locked instruction on x86-64, as cheap as a locked
   /// no-op on the stack and half the cost of mfence (see README).
-  static void unlock() {
-    (void)__atomic_exchange_n(&DBuffer::refGuard, 0, __ATOMIC_SEQ_CST);
-  }
+  static void unlock() { (void)atomicExchangeSeqCst(&DBuffer::refGuard, 0); }
 
   /// One more reference. The locked forms are out of line, so the
   /// single-threaded one needs no stack frame where it is inlined.
   static void raise(DBuffer& b) {
     if (singleThreaded())
-      __atomic_store_n(&b.refCount, b.refCount + 1, __ATOMIC_RELAXED);
+      atomicStoreRelaxed(&b.refCount, b.refCount + 1);
     else
       raiseLocked(b);
   }
@@ -60,7 +60,7 @@ struct BufferCount {
     if (!singleThreaded())
       return dropLocked(b);
     unsigned int const left = b.refCount - 1;
-    __atomic_store_n(&b.refCount, left, __ATOMIC_RELAXED);
+    atomicStoreRelaxed(&b.refCount, left);
     return left == 0;
   }
 

@@ -3,11 +3,13 @@
 // length-overflow exception.
 #include "dbuffer.hpp"
 
+#include "base/dcompiler_p.hpp"
 #include "base/dthrow_p.hpp"
+#include "string/dbufcount_p.hpp"
+
 #include "ddbcsb.hpp"
 #include "dexcept.hpp"
 #include "dstring.hpp"
-#include "string/dbufcount_p.hpp"
 
 #include <cstdio>
 #include <cstdlib>
@@ -43,20 +45,22 @@ DBuffer::DBuffer(unsigned int length) : refCount(1), byteLength(length) {
 
 DBuffer::~DBuffer() = default;
 
-void DBuffer::operator delete(void* storage) { ::operator delete[](storage); }
+void DBuffer::operator delete(void* storage) {
+  ::operator delete[](storage);
+}
 
 // The count changes live in string/dbufcount_p.hpp, inline for the handle;
 // these are their forms for a process with more than one thread.
 void dinternal::BufferCount::raiseLocked(DBuffer& b) {
   lock();
-  __atomic_store_n(&b.refCount, b.refCount + 1, __ATOMIC_RELEASE);
+  dinternal::atomicStoreRelease(&b.refCount, b.refCount + 1);
   unlock();
 }
 
 bool dinternal::BufferCount::dropLocked(DBuffer& b) {
   lock();
   unsigned int const left = b.refCount - 1;
-  __atomic_store_n(&b.refCount, left, __ATOMIC_RELEASE);
+  dinternal::atomicStoreRelease(&b.refCount, left);
   unlock();
   return left == 0;
 }
@@ -66,12 +70,16 @@ void dinternal::BufferCount::releaseLocked(DBuffer* b) {
     delete b;
 }
 
-void DBuffer::addRef() { dinternal::BufferCount::raise(*this); }
+void DBuffer::addRef() {
+  dinternal::BufferCount::raise(*this);
+}
 
 // The buffer is deleted after the lock is let go: once the count is 0 no
 // other holder exists, and the lock already ordered the deletion after every
 // other holder's release.
-void DBuffer::removeRef() { dinternal::release(this); }
+void DBuffer::removeRef() {
+  dinternal::release(this);
+}
 
 //===--- Factory ----------------------------------------------------------===//
 
@@ -158,11 +166,17 @@ DBuffer* DBuffer::newBuffer(void const* data1, unsigned int length1,
 
 //===--- Character model (single-byte: every byte is a character) ---------===//
 
-int DBuffer::charType(unsigned int) const { return 0; }
+int DBuffer::charType(unsigned int) const {
+  return 0;
+}
 
-char* DBuffer::next(char const* p) { return const_cast<char*>(p); }
+char* DBuffer::next(char const* p) {
+  return const_cast<char*>(p);
+}
 
-char const* DBuffer::next(char const* p) const { return p; }
+char const* DBuffer::next(char const* p) const {
+  return p;
+}
 
 //===--- Description ------------------------------------------------------===//
 
@@ -177,8 +191,9 @@ DString DBuffer::asDebugInfo() const {
   if (length() < 24)
     info += contents();
   else
-    info.append(contents(), 10).append("...").append(
-        contents() + length() - 10, 10);
+    info.append(contents(), 10)
+        .append("...")
+        .append(contents() + length() - 10, 10);
   info += "])";
   return DString(std::string_view(info));
 }

@@ -2,8 +2,10 @@
 // mode) and the whole-text character-class tests.
 #include "dbuffer.hpp"
 
+#include "base/dcompiler_p.hpp"
 #include "base/dnewhandler_p.hpp"
 #include "base/dthrow_p.hpp"
+
 #include "dexcept.hpp"
 #include "dstring.hpp"
 
@@ -106,9 +108,9 @@ unsigned int collate(char const* a, char const* b, unsigned int n) {
 
 // The fgI18NState 1 branch of DBuffer::compare, out of line so that the
 // byte comparison keeps a small stack frame (the copies live here).
-[[gnu::noinline]] static unsigned int
-collateChecked(char const* mine, char const* theirs, unsigned int n,
-               bool mineWhole) {
+D_NOINLINE static unsigned int collateChecked(char const* mine,
+                                              char const* theirs,
+                                              unsigned int n, bool mineWhole) {
   unsigned int order = orderBefore; // when a copy cannot be made
   int error = 0;
   {
@@ -173,7 +175,7 @@ static bool everyByte(DBuffer const& b, int (*classify)(int),
   if (b.length() == 0)
     return false;
   if (typeid(b) == typeid(DBuffer)) {
-    unsigned short const* table = *__ctype_b_loc();
+    unsigned short const* table = dinternal::ctypeTable();
     signed char const* p = reinterpret_cast<signed char const*>(b.contents());
     unsigned short all = classBit;
     for (unsigned int i = 0, n = b.length(); i < n; ++i)
@@ -185,7 +187,9 @@ static bool everyByte(DBuffer const& b, int (*classify)(int),
 }
 
 #define D_CLASS_TEST(member, function, bit)                                    \
-  bool DBuffer::member() const { return everyByte(*this, ::function, bit); }
+  bool DBuffer::member() const {                                               \
+    return everyByte(*this, ::function, bit);                                  \
+  }
 D_CLASS_TEST(isAlphanumeric, isalnum, _ISalnum)
 D_CLASS_TEST(isAlphabetic, isalpha, _ISalpha)
 D_CLASS_TEST(isControl, iscntrl, _IScntrl)
@@ -226,11 +230,27 @@ bool DBuffer::isASCII() const {
 
 //===--- Multibyte tests: constants for single-byte text ------------------===//
 
-bool DBuffer::isMBCS() const { return false; }
-bool DBuffer::isDBCS() const { return false; }
-bool DBuffer::isSBCS() const { return true; }
-bool DBuffer::isValidMBCS() const { return true; }
-bool DBuffer::isValidDBCS() const { return true; }
-bool DBuffer::includesMBCS() const { return false; }
-bool DBuffer::includesDBCS() const { return false; }
-bool DBuffer::includesSBCS() const { return true; }
+bool DBuffer::isMBCS() const {
+  return false;
+}
+bool DBuffer::isDBCS() const {
+  return false;
+}
+bool DBuffer::isSBCS() const {
+  return true;
+}
+bool DBuffer::isValidMBCS() const {
+  return true;
+}
+bool DBuffer::isValidDBCS() const {
+  return true;
+}
+bool DBuffer::includesMBCS() const {
+  return false;
+}
+bool DBuffer::includesDBCS() const {
+  return false;
+}
+bool DBuffer::includesSBCS() const {
+  return true;
+}

@@ -2,8 +2,9 @@
 // predicate DStringTest. Positions are 1-based bytes, 0 means not found;
 // every search takes its starting point from the virtual startSearch() or
 // startBackwardsSearch(), which the multibyte buffer moves onto boundaries.
-#include "dbuffer.hpp"
+#include "base/dcompiler_p.hpp"
 
+#include "dbuffer.hpp"
 #include "dstring.hpp"
 
 #include <cstdint>
@@ -109,8 +110,7 @@ unsigned int lastIndexOfByWords(char const* text, unsigned int last,
     // 0x80 in exactly the bytes where x is zero.
     std::uint64_t both = ~(((x & low7) + low7) | x | low7);
     while (both != 0) {
-      unsigned int const bit =
-          63u - static_cast<unsigned int>(__builtin_clzll(both));
+      unsigned int const bit = dinternal::highestBit(both);
 #if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
       unsigned int const k = bit / 8;
 #else
@@ -171,8 +171,7 @@ unsigned int DBuffer::indexOf(char const* pattern, unsigned int length,
   void const* hit = memmem(from, this->length() - (s - 1), pattern, length);
   if (hit == nullptr)
     return 0;
-  return static_cast<unsigned int>(static_cast<char const*>(hit) -
-                                   contents()) +
+  return static_cast<unsigned int>(static_cast<char const*>(hit) - contents()) +
          1;
 }
 

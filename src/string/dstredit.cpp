@@ -11,11 +11,11 @@
 // In both ways a raising buffer operation leaves the handle as it was: it
 // still points at its old buffer and owns its reference (in the direct way
 // the lent reference simply stays with the handle).
-#include "dstring.hpp"
+#include "string/dstring_p.hpp"
 
 #include "dbuffer.hpp"
 #include "ddbcsb.hpp"
-#include "string/dstring_p.hpp"
+#include "dstring.hpp"
 
 #include <cstring>
 #include <ctype.h>

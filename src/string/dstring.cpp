@@ -61,7 +61,9 @@ unsigned int measured(char const* text) {
 // functions of the library, called directly.
 using dinternal::BufferCount;
 
-DString::DString() : pBuffer(defaultText()) { BufferCount::raise(*buffer()); }
+DString::DString() : pBuffer(defaultText()) {
+  BufferCount::raise(*buffer());
+}
 
 DString::DString(DString const& other) : DBase(), pBuffer(other.pBuffer) {
   BufferCount::raise(*buffer());
@@ -95,7 +97,9 @@ DString::DString(int value) : pBuffer(defaultText()) {
   initBuffer(static_cast<long>(value));
 }
 
-DString::DString(long value) : pBuffer(defaultText()) { initBuffer(value); }
+DString::DString(long value) : pBuffer(defaultText()) {
+  initBuffer(value);
+}
 
 DString::DString(unsigned short value) : pBuffer(defaultText()) {
   initBuffer(static_cast<unsigned long>(value));
@@ -109,7 +113,9 @@ DString::DString(unsigned long value) : pBuffer(defaultText()) {
   initBuffer(value);
 }
 
-DString::DString(double value) : pBuffer(defaultText()) { initBuffer(value); }
+DString::DString(double value) : pBuffer(defaultText()) {
+  initBuffer(value);
+}
 
 DString::DString(void const* data, unsigned int length, char pad)
     : pBuffer(defaultText()) {
@@ -186,14 +192,16 @@ DString& DString::prepareToChange() {
   // just let go must be done reading before this handle writes in place.
   if (BufferCount::unshared(*shared))
     return *this;
-  DBuffer* own = shared->newBuffer(pBuffer, shared->length(), nullptr, 0,
-                                   nullptr, 0, ' ');
+  DBuffer* own =
+      shared->newBuffer(pBuffer, shared->length(), nullptr, 0, nullptr, 0, ' ');
   pBuffer = own->contents();
   dinternal::release(shared);
   return *this;
 }
 
-char* DString::nullBuf() { return nullBuffer; }
+char* DString::nullBuf() {
+  return nullBuffer;
+}
 
 //===--- Description and output -------------------------------------------===//
 
@@ -232,19 +240,43 @@ unsigned int flipped(unsigned int code) {
 
 } // namespace
 
-bool operator==(DString const& a, DString const& b) { return order(a, b) == 0; }
-bool operator!=(DString const& a, DString const& b) { return order(a, b) != 0; }
-bool operator<(DString const& a, DString const& b) { return order(a, b) == 2; }
-bool operator<=(DString const& a, DString const& b) { return order(a, b) != 1; }
-bool operator>(DString const& a, DString const& b) { return order(a, b) == 1; }
-bool operator>=(DString const& a, DString const& b) { return order(a, b) != 2; }
+bool operator==(DString const& a, DString const& b) {
+  return order(a, b) == 0;
+}
+bool operator!=(DString const& a, DString const& b) {
+  return order(a, b) != 0;
+}
+bool operator<(DString const& a, DString const& b) {
+  return order(a, b) == 2;
+}
+bool operator<=(DString const& a, DString const& b) {
+  return order(a, b) != 1;
+}
+bool operator>(DString const& a, DString const& b) {
+  return order(a, b) == 1;
+}
+bool operator>=(DString const& a, DString const& b) {
+  return order(a, b) != 2;
+}
 
-bool operator==(DString const& a, char const* b) { return order(a, b) == 0; }
-bool operator!=(DString const& a, char const* b) { return order(a, b) != 0; }
-bool operator<(DString const& a, char const* b) { return order(a, b) == 2; }
-bool operator<=(DString const& a, char const* b) { return order(a, b) != 1; }
-bool operator>(DString const& a, char const* b) { return order(a, b) == 1; }
-bool operator>=(DString const& a, char const* b) { return order(a, b) != 2; }
+bool operator==(DString const& a, char const* b) {
+  return order(a, b) == 0;
+}
+bool operator!=(DString const& a, char const* b) {
+  return order(a, b) != 0;
+}
+bool operator<(DString const& a, char const* b) {
+  return order(a, b) == 2;
+}
+bool operator<=(DString const& a, char const* b) {
+  return order(a, b) != 1;
+}
+bool operator>(DString const& a, char const* b) {
+  return order(a, b) == 1;
+}
+bool operator>=(DString const& a, char const* b) {
+  return order(a, b) != 2;
+}
 
 bool operator==(char const* a, DString const& b) {
   return flipped(order(b, a)) == 0;

@@ -6,6 +6,7 @@
 
 #include "base/dthrow_p.hpp"
 #include "string/dbufcount_p.hpp"
+
 #include "dbuffer.hpp"
 #include "dstring.hpp"
 

@@ -2,11 +2,12 @@
 // one-step members binaryMath and decimalMath. Every result is fixed byte
 // for byte by digit-by-digit rules; the decimal conversions reach the same
 // bytes with 64-bit limbs, 19 decimal digits per limb operation.
-#include "dstring.hpp"
-
-#include "dnlsutil.hpp"
+#include "base/dcompiler_p.hpp"
 #include "string/dstring_p.hpp"
 #include "string/dstrradix_p.hpp"
+
+#include "dnlsutil.hpp"
+#include "dstring.hpp"
 
 #include <cctype>
 #include <cstdint>
@@ -21,7 +22,7 @@ using dinternal::StringAccess;
 namespace {
 
 typedef std::uint64_t Limb;
-__extension__ typedef unsigned __int128 Wide;
+typedef dinternal::UInt128 Wide;
 
 //===--- Tables -----------------------------------------------------------===//
 
@@ -45,11 +46,11 @@ struct HexChecked {
   unsigned char value[256];
   constexpr HexChecked() : value() {
     for (int k = 0; k < 256; ++k)
-      value[k] = static_cast<unsigned char>(
-          (k >= '0' && k <= '9') || (k >= 'a' && k <= 'f') ||
-                  (k >= 'A' && k <= 'F')
-              ? hexValues.value[k]
-              : 0xF0);
+      value[k] = static_cast<unsigned char>((k >= '0' && k <= '9') ||
+                                                    (k >= 'a' && k <= 'f') ||
+                                                    (k >= 'A' && k <= 'F')
+                                                ? hexValues.value[k]
+                                                : 0xF0);
   }
 };
 constexpr HexChecked hexChecked;
@@ -177,7 +178,7 @@ inline Limb divideChunk(Limb high, Limb low, Limb& rest) {
   Limb const mask = 0 - static_cast<Limb>(remainder > static_cast<Limb>(q));
   quotient += mask;
   remainder += mask & chunkBase;
-  if (__builtin_expect(remainder >= chunkBase, 0)) {
+  if (D_UNLIKELY(remainder >= chunkBase)) {
     ++quotient;
     remainder -= chunkBase;
   }
@@ -499,7 +500,7 @@ DString& DString::d2c() {
     for (unsigned int i = topBytes; i-- > 0;)
       *out++ = static_cast<char>(top >> (8 * i));
     for (std::size_t j = size - 1; j-- > 0; out += 8) {
-      Limb const big = __builtin_bswap64(number.data[j]);
+      Limb const big = dinternal::byteSwap(number.data[j]);
       std::memcpy(out, &big, 8);
     }
   }
@@ -547,7 +548,7 @@ DString& DString::c2d() {
     p -= 8;
     Limb big;
     std::memcpy(&big, p, 8);
-    number.data[j] = __builtin_bswap64(big);
+    number.data[j] = dinternal::byteSwap(big);
   }
   Limb top = 0;
   for (unsigned char const* q = in + firstNonZero - 1; q != p; ++q)

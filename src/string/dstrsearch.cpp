@@ -1,9 +1,8 @@
 // DString's own searches and extraction: the one-byte forms, the
 // occurrence counts and subString(), on top of the buffer's virtual
 // searches.
-#include "dstring.hpp"
-
 #include "dbuffer.hpp"
+#include "dstring.hpp"
 
 //===--- Extraction -------------------------------------------------------===//
 

@@ -117,10 +117,10 @@ DString DString::words(unsigned int firstWord, unsigned int numWords) const {
     // Fewer words than asked for: run to the end of the last non-blank
     // character. The next separator behind its first byte is that end, so
     // a multibyte last character stays whole (single-byte: one past it).
-    end = wordEnd(buffer(),
-                  buffer()->lastIndexOfAnyBut(wordSeparators,
-                                              wordSeparatorCount, 0xFFFFFFFFu) +
-                      1);
+    end =
+        wordEnd(buffer(), buffer()->lastIndexOfAnyBut(
+                              wordSeparators, wordSeparatorCount, 0xFFFFFFFFu) +
+                              1);
   }
   return subString(position, end - position, ' ');
 }

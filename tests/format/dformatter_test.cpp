@@ -3,9 +3,8 @@
 // must not depend on it.
 #include <dformatter.hpp>
 
-#include <gtest/gtest.h>
-
 #include <clocale>
+#include <gtest/gtest.h>
 #include <sstream>
 #include <string>
 
@@ -19,7 +18,7 @@ std::string bytes(char const* text, unsigned int length) {
 
 struct StringRow {
   char const* name;
-  std::string text;   // the DString's bytes
+  std::string text; // the DString's bytes
   char const* format;
   std::string expected;
 };

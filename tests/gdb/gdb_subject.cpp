@@ -2,11 +2,10 @@
 // printed kind, then stops in stopHere() with all of them in scope of main.
 // The date table holds the library's own reading of each day number, so the
 // check script compares the printer with DDate rather than with itself.
-#include <zyncmncoll.hpp>
-
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
+#include <zyncmncoll.hpp>
 
 struct DateRow {
   DDate date;
@@ -17,24 +16,26 @@ static DateRow dateTable[] = {
     {DDate::fromJulianDay(0), 0, 0, 0, 0},
     {DDate::fromJulianDay(-1), 0, 0, 0, 0},
     {DDate::fromJulianDay(-1462), 0, 0, 0, 0},
-    {DDate::fromJulianDay(1721423), 0, 0, 0, 0},  // 31 December 1 BC
-    {DDate::fromJulianDay(1721424), 0, 0, 0, 0},  // 1 January AD 1
+    {DDate::fromJulianDay(1721423), 0, 0, 0, 0}, // 31 December 1 BC
+    {DDate::fromJulianDay(1721424), 0, 0, 0, 0}, // 1 January AD 1
     {DDate::fromJulianDay(2299160), 0, 0, 0, 0},
-    {DDate::fromJulianDay(2361221), 0, 0, 0, 0},  // 2 September 1752
-    {DDate::fromJulianDay(2361222), 0, 0, 0, 0},  // 14 September 1752
-    {DDate::fromJulianDay(2361331), 0, 0, 0, 0},  // 1 January 1753
-    {DDate::fromJulianDay(2415079), 0, 0, 0, 0},  // around 1 March 1900
-    {DDate::fromJulianDay(2451604), 0, 0, 0, 0},  // around 29 February 2000
-    {DDate::fromJulianDay(2488128), 0, 0, 0, 0},  // around 1 March 2100
+    {DDate::fromJulianDay(2361221), 0, 0, 0, 0}, // 2 September 1752
+    {DDate::fromJulianDay(2361222), 0, 0, 0, 0}, // 14 September 1752
+    {DDate::fromJulianDay(2361331), 0, 0, 0, 0}, // 1 January 1753
+    {DDate::fromJulianDay(2415079), 0, 0, 0, 0}, // around 1 March 1900
+    {DDate::fromJulianDay(2451604), 0, 0, 0, 0}, // around 29 February 2000
+    {DDate::fromJulianDay(2488128), 0, 0, 0, 0}, // around 1 March 2100
     {DDate::fromJulianDay(2460000), 0, 0, 0, 0},
-    {DDate::fromJulianDay(5373484), 0, 0, 0, 0},  // AD 9999
+    {DDate::fromJulianDay(5373484), 0, 0, 0, 0}, // AD 9999
 };
 static unsigned const dateCount = sizeof dateTable / sizeof dateTable[0];
 // Read by the check script: below 2 the multibyte run has no locale.
 static int mbCurMax = 0;
 
 // Kept out of line so the debugger has a place to stop.
-__attribute__((noinline)) void stopHere() { std::fputs("stopped\n", stdout); }
+__attribute__((noinline)) void stopHere() {
+  std::fputs("stopped\n", stdout);
+}
 
 int main() {
   // The locale comes from the environment: the C locale gives DBuffer

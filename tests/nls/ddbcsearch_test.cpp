@@ -202,49 +202,60 @@ TEST(MbSearch, ArgumentsAreReadOnlyWithinTheirLength) {
     Run run;
   };
   Member const members[] = {
-      {"indexOf", [&](DString s, char const* p, unsigned int n) {
-         return at(s.indexOf(p, n, 1));
-       }},
-      {"lastIndexOf", [&](DString s, char const* p, unsigned int n) {
+      {"indexOf", [&](DString s, char const* p,
+                      unsigned int n) { return at(s.indexOf(p, n, 1)); }},
+      {"lastIndexOf",
+       [&](DString s, char const* p, unsigned int n) {
          return at(s.lastIndexOf(p, n, 0xFFFFFFFFu));
        }},
-      {"indexOfAnyOf", [&](DString s, char const* p, unsigned int n) {
+      {"indexOfAnyOf",
+       [&](DString s, char const* p, unsigned int n) {
          return at(s.indexOfAnyOf(p, n, 1));
        }},
-      {"indexOfAnyBut", [&](DString s, char const* p, unsigned int n) {
+      {"indexOfAnyBut",
+       [&](DString s, char const* p, unsigned int n) {
          return at(s.indexOfAnyBut(p, n, 1)) + at(s.indexOfAnyBut(p, n, 3));
        }},
-      {"lastIndexOfAnyOf", [&](DString s, char const* p, unsigned int n) {
+      {"lastIndexOfAnyOf",
+       [&](DString s, char const* p, unsigned int n) {
          return at(s.lastIndexOfAnyOf(p, n, 0xFFFFFFFFu));
        }},
-      {"lastIndexOfAnyBut", [&](DString s, char const* p, unsigned int n) {
+      {"lastIndexOfAnyBut",
+       [&](DString s, char const* p, unsigned int n) {
          return at(s.lastIndexOfAnyBut(p, n, 0xFFFFFFFFu));
        }},
-      {"occurrencesOf", [&](DString s, char const* p, unsigned int n) {
+      {"occurrencesOf",
+       [&](DString s, char const* p, unsigned int n) {
          return at(s.occurrencesOf(p, n, 1));
        }},
-      {"change pattern", [](DString s, char const* p, unsigned int n) {
+      {"change pattern",
+       [](DString s, char const* p, unsigned int n) {
          return dtest::bytes(s.change(p, n, "x", 1));
        }},
-      {"change replacement", [](DString s, char const* p, unsigned int n) {
+      {"change replacement",
+       [](DString s, char const* p, unsigned int n) {
          return dtest::bytes(s.change("b", 1, p, n));
        }},
-      {"insert", [](DString s, char const* p, unsigned int n) {
+      {"insert",
+       [](DString s, char const* p, unsigned int n) {
          return dtest::bytes(s.insert(p, n, 2));
        }},
-      {"overlayWith", [](DString s, char const* p, unsigned int n) {
+      {"overlayWith",
+       [](DString s, char const* p, unsigned int n) {
          return dtest::bytes(s.overlayWith(p, n, 2));
        }},
-      {"strip", [](DString s, char const* p, unsigned int n) {
-         return dtest::bytes(s.strip(p, n));
-       }},
-      {"translate from", [](DString s, char const* p, unsigned int n) {
+      {"strip", [](DString s, char const* p,
+                   unsigned int n) { return dtest::bytes(s.strip(p, n)); }},
+      {"translate from",
+       [](DString s, char const* p, unsigned int n) {
          return dtest::bytes(s.translate(p, n, "xyz", 3));
        }},
-      {"translate to", [](DString s, char const* p, unsigned int n) {
+      {"translate to",
+       [](DString s, char const* p, unsigned int n) {
          return dtest::bytes(s.translate("ab", 2, p, n));
        }},
-      {"compare", [&](DString s, char const* p, unsigned int n) {
+      {"compare",
+       [&](DString s, char const* p, unsigned int n) {
          return at(s.buffer()->compare(p, n)) + at(s.isLike(p, n, '*', '?')) +
                 at(s.isAbbrevFor(p, n, 0));
        }},

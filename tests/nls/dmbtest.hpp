@@ -13,9 +13,9 @@
 #include <cwchar>
 #include <gtest/gtest.h>
 #include <malloc.h>
+#include <string>
 #include <sys/mman.h>
 #include <unistd.h>
-#include <string>
 #include <vector>
 
 namespace mbtest {
@@ -100,8 +100,8 @@ public:
       : page(static_cast<std::size_t>(::sysconf(_SC_PAGESIZE))) {
     void* const m = ::mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE,
                            MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (m == MAP_FAILED || ::mprotect(static_cast<char*>(m) + page, page,
-                                      PROT_NONE) != 0)
+    if (m == MAP_FAILED ||
+        ::mprotect(static_cast<char*>(m) + page, page, PROT_NONE) != 0)
       std::abort();
     area = static_cast<char*>(m);
     start = area + page - bytes.size();

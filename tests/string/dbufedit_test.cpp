@@ -3,7 +3,6 @@
 // length overflow of copy and change, and the direct scans of exact DBuffer
 // receivers against the search-driven path of a subclass.
 #include "dbuffer.hpp"
-
 #include "dstring.hpp"
 #include "dtest_support.hpp"
 
@@ -76,8 +75,7 @@ void runCases(std::vector<Case> const& cases) {
                                       << (shared ? "\" shared" : "\""));
       Outcome const out = applyEdit(c.source, shared, c.edit);
       EXPECT_EQ(c.want, out.text);
-      EXPECT_EQ(c.back == same || (c.back == inPlace && !shared),
-                out.receiver);
+      EXPECT_EQ(c.back == same || (c.back == inPlace && !shared), out.receiver);
     }
   }
 }
@@ -121,8 +119,8 @@ TEST(DBufferEdit, Translate) {
   });
   // NUL bytes in from, to and the text.
   auto nulTr = [](DBuffer* b) { return b->translate("\0a", 2, "a\0", 2, ' '); };
-  runCases({{"tr-nul", std::string("a\0a", 3), nulTr,
-             std::string("\0a\0", 3), inPlace}});
+  runCases({{"tr-nul", std::string("a\0a", 3), nulTr, std::string("\0a\0", 3),
+             inPlace}});
 }
 
 TEST(DBufferEdit, TranslateTablesMayAliasTheText) {
@@ -155,9 +153,14 @@ TEST(DBufferEdit, Strip) {
       {"strip", "xyx", st("yx", L), "", fresh},
       {"strip", "xyx", st("yx", T), "", fresh},
       {"strip", "xyx", st("yx", B), "", fresh},
-      {"strip", "\xE9" "a\xE9", st("\xE9", B), "a", fresh},
+      {"strip",
+       "\xE9"
+       "a\xE9",
+       st("\xE9", B), "a", fresh},
   });
-  auto nulStrip = [](DBuffer* b) { return b->strip("\0", 1, DStringEnum::both); };
+  auto nulStrip = [](DBuffer* b) {
+    return b->strip("\0", 1, DStringEnum::both);
+  };
   runCases({{"strip-nul", std::string("\0a\0b\0", 5), nulStrip,
              std::string("a\0b", 3), fresh}});
   DStringTest const space(::isspace);
@@ -174,8 +177,8 @@ TEST(DBufferEdit, Strip) {
 }
 
 TEST(DBufferEdit, StrippingEverythingGivesTheEmptyBuffer) {
-  for (auto mode : {DStringEnum::leading, DStringEnum::trailing,
-                    DStringEnum::both}) {
+  for (auto mode :
+       {DStringEnum::leading, DStringEnum::trailing, DStringEnum::both}) {
     DString s("  ");
     DString const r(s.buffer()->strip(" ", 1, mode));
     EXPECT_EQ(0u, r.length());
@@ -191,7 +194,11 @@ TEST(DBufferEdit, Reverse) {
       {"reverse", "a", rev, "a", same},
       {"reverse", "", rev, "", same},
       {"reverse", "aa", rev, "aa", inPlace},
-      {"reverse", nul3 + "\xE9", rev, std::string("\xE9" "B\0a", 4), inPlace},
+      {"reverse", nul3 + "\xE9", rev,
+       std::string("\xE9"
+                   "B\0a",
+                   4),
+       inPlace},
   });
 }
 
@@ -263,7 +270,10 @@ TEST(DBufferEdit, Justification) {
       {"center", "abcde", ce(2), "bc", fresh},
       {"center", "abcdef", ce(3), "bcd", fresh},
       {"center", "abcde", ce(5), "abcde", same},
-      {"center", "", ce(3), ".." ".", fresh},
+      {"center", "", ce(3),
+       ".."
+       ".",
+       fresh},
       {"center", "abc", ce(0), "", fresh},
   });
 }
@@ -412,8 +422,8 @@ std::string editThroughSubclass(std::string const& source,
 
 TEST(DBufferEdit, DirectScansMatchTheSearchDrivenPath) {
   std::mt19937 rng(7);
-  char const alphabet[] = {'a', 'z', 'A', 'Z', 'm', '@', '[', '`',
-                           '{', '\0', '\xE9', '\xC9', '0'};
+  char const alphabet[] = {'a', 'z', 'A',  'Z',    'm',    '@', '[',
+                           '`', '{', '\0', '\xE9', '\xC9', '0'};
   for (int round = 0; round < 300; ++round) {
     // Up to 80 bytes: the case conversions work eight bytes at a time from
     // the first letter on, then byte by byte.
@@ -430,9 +440,8 @@ TEST(DBufferEdit, DirectScansMatchTheSearchDrivenPath) {
         [](DBuffer* b) { return b->lowerCase(); },
         [&](DBuffer* b) {
           return b->translate(from.data(),
-                              static_cast<unsigned int>(from.size()),
-                              to.data(), static_cast<unsigned int>(to.size()),
-                              '#');
+                              static_cast<unsigned int>(from.size()), to.data(),
+                              static_cast<unsigned int>(to.size()), '#');
         },
     };
     for (auto const& edit : edits) {
@@ -446,9 +455,8 @@ TEST(DBufferEdit, DirectScansMatchTheSearchDrivenPath) {
 
 TEST(DBufferEdit, ChangeAgainstReferenceReplacement) {
   // Left to right, non-overlapping, at most count matches from start.
-  auto reference = [](std::string t, std::string const& p,
-                      std::string const& r, unsigned int start,
-                      unsigned int count) {
+  auto reference = [](std::string t, std::string const& p, std::string const& r,
+                      unsigned int start, unsigned int count) {
     if (p.empty())
       return t;
     std::size_t at = start == 0 ? 0 : start - 1;
@@ -472,14 +480,13 @@ TEST(DBufferEdit, ChangeAgainstReferenceReplacement) {
   for (int round = 0; round < 1000; ++round) {
     std::string const t = randomString(round < 950 ? 30 : 400);
     std::string const p = randomString(3), r = randomString(3);
-    unsigned int const start = static_cast<unsigned int>(rng() % (t.size() + 2));
+    unsigned int const start =
+        static_cast<unsigned int>(rng() % (t.size() + 2));
     unsigned int const count = rng() % 3 == 0 ? 0xFFFFFFFFu : rng() % 5;
     DString s = text(t);
-    DString const got(s.buffer()->change(p.data(),
-                                         static_cast<unsigned int>(p.size()),
-                                         r.data(),
-                                         static_cast<unsigned int>(r.size()),
-                                         start, count));
+    DString const got(s.buffer()->change(
+        p.data(), static_cast<unsigned int>(p.size()), r.data(),
+        static_cast<unsigned int>(r.size()), start, count));
     ASSERT_EQ(reference(t, p, r, start, count), bytes(got))
         << "round " << round;
   }

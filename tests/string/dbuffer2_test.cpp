@@ -3,16 +3,14 @@
 // observed and a collation error can be produced; by default it forwards
 // to the C library's own.
 #include "dbuffer.hpp"
-
 #include "dstring.hpp"
 #include "dtest_support.hpp"
-
-#include <ctype.h>
-#include <dlfcn.h>
 
 #include <cctype>
 #include <cerrno>
 #include <cstring>
+#include <ctype.h>
+#include <dlfcn.h>
 #include <string>
 #include <vector>
 
@@ -52,10 +50,17 @@ TEST(DBufferCompare, Bytes) {
     unsigned int want;
   };
   Case const cases[] = {
-      {"abc", "abd", 2},   {"abd", "abc", 1},  {"ab", "abc", 2},
-      {"abc", "ab", 1},    {"", "", 0},        {"", "x", 2},
-      {"x", "", 1},        {"abc", "abc", 0},  {"\xE9", "e", 1},
-      {"e", "\xE9", 2},    {"\x7F", "\x80", 2},
+      {"abc", "abd", 2},
+      {"abd", "abc", 1},
+      {"ab", "abc", 2},
+      {"abc", "ab", 1},
+      {"", "", 0},
+      {"", "x", 2},
+      {"x", "", 1},
+      {"abc", "abc", 0},
+      {"\xE9", "e", 1},
+      {"e", "\xE9", 2},
+      {"\x7F", "\x80", 2},
       {std::string("a\0b", 3), std::string("a\0c", 3), 2},
       {std::string("a\0", 2), "a", 1},
       {std::string("a\0", 2), std::string("a\0", 2), 0},
@@ -96,7 +101,7 @@ TEST(DBufferCompare, CollationWalksNulSeparatedSegments) {
   Case const cases[] = {
       {"abc", "abd", 2, Seg{{"abc", "abd"}}},
       {"abd", "abc", 1, Seg{{"abd", "abc"}}},
-      {"ab", "abc", 2, Seg{{"ab", "ab"}}},  // only the common length
+      {"ab", "abc", 2, Seg{{"ab", "ab"}}}, // only the common length
       {"abc", "ab", 1, Seg{{"ab", "ab"}}},
       {"", "x", 2, Seg{}},
       {"x", "", 1, Seg{}},
@@ -112,8 +117,7 @@ TEST(DBufferCompare, CollationWalksNulSeparatedSegments) {
       // so the lengths decide.
       {std::string("a\0\0", 3), std::string("a\0x", 3), 0, Seg{{"a", "a"}}},
       {std::string("a\0\0", 3), std::string("a\0xy", 4), 2, Seg{{"a", "a"}}},
-      {std::string("a\0\0\0", 4), std::string("a\0x", 3), 1,
-       Seg{{"a", "a"}}},
+      {std::string("a\0\0\0", 4), std::string("a\0x", 3), 1, Seg{{"a", "a"}}},
       // Trailing NULs: the walk ends, the lengths decide.
       {std::string("ab\0", 3), std::string("ab\0\0", 4), 2, Seg{{"ab", "ab"}}},
       {std::string("\0\0", 2), std::string("\0\0", 2), 0, Seg{}},
@@ -215,13 +219,17 @@ TEST(DBufferClasses, AgreeWithCtypeForEveryByte) {
     Member member;
     int (*function)(int);
   };
-  Class const classes[] = {
-      {&DString::isAlphanumeric, ::isalnum}, {&DString::isAlphabetic, ::isalpha},
-      {&DString::isControl, ::iscntrl},      {&DString::isDigits, ::isdigit},
-      {&DString::isGraphics, ::isgraph},     {&DString::isHexDigits, ::isxdigit},
-      {&DString::isLowerCase, ::islower},    {&DString::isPrintable, ::isprint},
-      {&DString::isPunctuation, ::ispunct},  {&DString::isUpperCase, ::isupper},
-      {&DString::isWhiteSpace, ::isspace}};
+  Class const classes[] = {{&DString::isAlphanumeric, ::isalnum},
+                           {&DString::isAlphabetic, ::isalpha},
+                           {&DString::isControl, ::iscntrl},
+                           {&DString::isDigits, ::isdigit},
+                           {&DString::isGraphics, ::isgraph},
+                           {&DString::isHexDigits, ::isxdigit},
+                           {&DString::isLowerCase, ::islower},
+                           {&DString::isPrintable, ::isprint},
+                           {&DString::isPunctuation, ::ispunct},
+                           {&DString::isUpperCase, ::isupper},
+                           {&DString::isWhiteSpace, ::isspace}};
   auto passes = [](int (*f)(int), int byte) {
     return f(static_cast<signed char>(byte)) != 0;
   };
@@ -229,7 +237,8 @@ TEST(DBufferClasses, AgreeWithCtypeForEveryByte) {
     for (int a = 0; a < 256; ++a) {
       std::string one(1, static_cast<char>(a));
       ASSERT_EQ(passes(c.function, a), (text(one).*c.member)()) << a;
-      for (int b : {int('0'), int('a'), int('Z'), int(' '), int('!'), 0x7F, 0xE9}) {
+      for (int b :
+           {int('0'), int('a'), int('Z'), int(' '), int('!'), 0x7F, 0xE9}) {
         std::string two = one + static_cast<char>(b);
         ASSERT_EQ(passes(c.function, a) && passes(c.function, b),
                   (text(two).*c.member)())
@@ -270,17 +279,14 @@ TEST(DBufferClasses, MultibyteAnswersAreConstants) {
 // predicate does, with bytes from 0x80 passed as negative values, wherever
 // the one failing byte sits.
 TEST(DBufferClasses, LongTextsAgreeWithTheBytePredicates) {
-  int (*const classes[])(int) = {::isalnum, ::isalpha, ::iscntrl,
-                                 ::isdigit, ::isgraph, ::isxdigit,
-                                 ::islower, ::isprint, ::ispunct,
-                                 ::isupper, ::isspace};
+  int (*const classes[])(int) = {::isalnum, ::isalpha,  ::iscntrl, ::isdigit,
+                                 ::isgraph, ::isxdigit, ::islower, ::isprint,
+                                 ::ispunct, ::isupper,  ::isspace};
   auto answers = [](DString const& s) {
-    return std::vector<bool>{s.isAlphanumeric(), s.isAlphabetic(),
-                             s.isControl(),      s.isDigits(),
-                             s.isGraphics(),     s.isHexDigits(),
-                             s.isLowerCase(),    s.isPrintable(),
-                             s.isPunctuation(),  s.isUpperCase(),
-                             s.isWhiteSpace()};
+    return std::vector<bool>{
+        s.isAlphanumeric(), s.isAlphabetic(), s.isControl(),   s.isDigits(),
+        s.isGraphics(),     s.isHexDigits(),  s.isLowerCase(), s.isPrintable(),
+        s.isPunctuation(),  s.isUpperCase(),  s.isWhiteSpace()};
   };
   auto expected = [&](std::string const& t) {
     std::vector<bool> want;

@@ -1,7 +1,6 @@
 // Single-byte searches of DBuffer, the predicate DStringTest and buffer
 // subString, checked by tables and against a plain reference scan.
 #include "dbuffer.hpp"
-
 #include "dstring.hpp"
 #include "dtest_support.hpp"
 
@@ -48,9 +47,9 @@ TEST(DBufferSearch, SearchStarts) {
     unsigned int start, patternLength, forward, backward;
   };
   Case const cases[] = {
-      {0, 1, 1, 0},   {6, 0, 0, 5},     {5, 2, 0, 4},   {4, 2, 4, 4},
-      {1, 5, 1, 1},   {1, 6, 0, 0},     {5, 1, 5, 5},   {100, 2, 0, 4},
-      {3, 6, 0, 0},   {0xFFFFFFFFu, 1, 0, 5}, {2, 0, 2, 2}, {0, 0, 1, 0},
+      {0, 1, 1, 0}, {6, 0, 0, 5},           {5, 2, 0, 4}, {4, 2, 4, 4},
+      {1, 5, 1, 1}, {1, 6, 0, 0},           {5, 1, 5, 5}, {100, 2, 0, 4},
+      {3, 6, 0, 0}, {0xFFFFFFFFu, 1, 0, 5}, {2, 0, 2, 2}, {0, 0, 1, 0},
   };
   for (auto const& c : cases) {
     SCOPED_TRACE(testing::Message() << c.start << "," << c.patternLength);
@@ -69,16 +68,25 @@ TEST(DBufferSearch, PatternsForwardAndBackward) {
   };
   std::string const nul("a\0b\0b", 5);
   Case const cases[] = {
-      {"abcabc", "bc", 0, 2, 0},       {"abcabc", "bc", 3, 5, 2},
-      {"abcabc", "bc", 100, 0, 5},     {"abcabc", "bc", 4, 5, 2},
-      {"abcabc", "bc", 5, 5, 5},       {"abcabc", "bc", 6, 0, 5},
-      {"abcabc", "abcabc", 1, 1, 1},   {"abcabc", "abcabcd", 1, 0, 0},
-      {"aaaa", "aa", 2, 2, 2},         {"aaaa", "aa", 4, 0, 3},
+      {"abcabc", "bc", 0, 2, 0},
+      {"abcabc", "bc", 3, 5, 2},
+      {"abcabc", "bc", 100, 0, 5},
+      {"abcabc", "bc", 4, 5, 2},
+      {"abcabc", "bc", 5, 5, 5},
+      {"abcabc", "bc", 6, 0, 5},
+      {"abcabc", "abcabc", 1, 1, 1},
+      {"abcabc", "abcabcd", 1, 0, 0},
+      {"aaaa", "aa", 2, 2, 2},
+      {"aaaa", "aa", 4, 0, 3},
       {"aaaa", "aa", 0xFFFFFFFFu, 0, 3},
-      {"abcabc", "", 1, 0, 0},         {"", "a", 1, 0, 0},
-      {"", "", 0, 0, 0},               {"xyz", "z", 3, 3, 3},
-      {"xyz", "z", 4, 0, 3},           {"xyz", "x", 0, 1, 0},
-      {"xyz", "yz", 2, 2, 2},          {"xyz", "yz", 1, 2, 0},
+      {"abcabc", "", 1, 0, 0},
+      {"", "a", 1, 0, 0},
+      {"", "", 0, 0, 0},
+      {"xyz", "z", 3, 3, 3},
+      {"xyz", "z", 4, 0, 3},
+      {"xyz", "x", 0, 1, 0},
+      {"xyz", "yz", 2, 2, 2},
+      {"xyz", "yz", 1, 2, 0},
       {nul, std::string("\0b", 2), 1, 2, 0},
       {nul, std::string("\0b", 2), 3, 4, 2},
       {nul, std::string("\0b", 2), 9, 0, 4},
@@ -92,8 +100,7 @@ TEST(DBufferSearch, PatternsForwardAndBackward) {
                                     << "\" from " << c.start);
     DString const s = text(c.text);
     EXPECT_EQ(c.first, s.indexOf(c.pattern.data(), len(c.pattern), c.start));
-    EXPECT_EQ(c.last,
-              s.lastIndexOf(c.pattern.data(), len(c.pattern), c.start));
+    EXPECT_EQ(c.last, s.lastIndexOf(c.pattern.data(), len(c.pattern), c.start));
   }
 }
 
@@ -167,8 +174,8 @@ TEST(DBufferSearch, PredicatesGetSignedBytes) {
     unsigned int start, anyOf, anyBut, lastAnyOf, lastAnyBut;
   };
   Case const cases[] = {
-      {0, 3, 1, 0, 0}, {1, 3, 1, 0, 1}, {3, 3, 5, 3, 2},
-      {4, 4, 5, 4, 2}, {5, 0, 5, 4, 5}, {6, 0, 0, 4, 5},
+      {0, 3, 1, 0, 0},           {1, 3, 1, 0, 1}, {3, 3, 5, 3, 2},
+      {4, 4, 5, 4, 2},           {5, 0, 5, 4, 5}, {6, 0, 0, 4, 5},
       {0xFFFFFFFFu, 0, 0, 4, 5},
   };
   DString const t("ab\xE9xc");
@@ -199,8 +206,7 @@ TEST(DBufferSearch, DerivedPredicateOverridesTest) {
 class CountingBuffer : public DBuffer {
 public:
   explicit CountingBuffer(unsigned int n) : DBuffer(n) {}
-  unsigned int indexOfAnyOf(DStringTest const&,
-                            unsigned int) const override {
+  unsigned int indexOfAnyOf(DStringTest const&, unsigned int) const override {
     return 42;
   }
   unsigned int lastIndexOfAnyOf(DStringTest const&,
@@ -232,14 +238,18 @@ TEST(DBufferSearch, SubStringPadsToTheCount) {
     std::string want;
   };
   Case const cases[] = {
-      {"abc", 2, 6, "bc****"}, {"abc", 9, 2, "**"},   {"abc", 0, 2, "ab"},
-      {"abc", 1, 3, "abc"},    {"abc", 4, 1, "*"},    {"abc", 3, 0, ""},
-      {"", 1, 2, "**"},        {std::string("a\0c", 3), 2, 2,
-                                std::string("\0c", 2)},
+      {"abc", 2, 6, "bc****"},
+      {"abc", 9, 2, "**"},
+      {"abc", 0, 2, "ab"},
+      {"abc", 1, 3, "abc"},
+      {"abc", 4, 1, "*"},
+      {"abc", 3, 0, ""},
+      {"", 1, 2, "**"},
+      {std::string("a\0c", 3), 2, 2, std::string("\0c", 2)},
   };
   for (auto const& c : cases) {
-    SCOPED_TRACE(testing::Message() << c.text << " " << c.start << " "
-                                    << c.count);
+    SCOPED_TRACE(testing::Message()
+                 << c.text << " " << c.start << " " << c.count);
     DString const s = text(c.text);
     DString const sub = s.subString(c.start, c.count, '*');
     EXPECT_EQ(c.want, bytes(sub));
@@ -334,12 +344,12 @@ TEST(DBufferSearch, RandomAgainstReferenceScan) {
     std::string const p = randomString(4);
     std::string const set = randomString(4);
     DString const s = text(t);
-    unsigned int const starts[] = {0, 1,
-                                   static_cast<unsigned int>(rng() % (len(t) + 3)),
-                                   len(t), len(t) + 1, 0xFFFFFFFFu};
+    unsigned int const starts[] = {
+        0,      1,          static_cast<unsigned int>(rng() % (len(t) + 3)),
+        len(t), len(t) + 1, 0xFFFFFFFFu};
     for (unsigned int start : starts) {
-      SCOPED_TRACE(testing::Message() << "round " << round << " start "
-                                      << start);
+      SCOPED_TRACE(testing::Message()
+                   << "round " << round << " start " << start);
       ASSERT_EQ(refIndexOf(t, p, start), s.indexOf(p.data(), len(p), start));
       ASSERT_EQ(refLastIndexOf(t, p, start),
                 s.lastIndexOf(p.data(), len(p), start));
@@ -377,8 +387,8 @@ TEST(DBufferSearch, LastIndexOfLongTextsAgainstReferenceScan) {
     unsigned int const starts[] = {
         0xFFFFFFFFu, len(t), static_cast<unsigned int>(rng() % (len(t) + 1))};
     for (unsigned int start : starts) {
-      SCOPED_TRACE(testing::Message() << "round " << round << " start "
-                                      << start);
+      SCOPED_TRACE(testing::Message()
+                   << "round " << round << " start " << start);
       ASSERT_EQ(refLastIndexOf(t, p, start),
                 s.lastIndexOf(p.data(), len(p), start));
     }

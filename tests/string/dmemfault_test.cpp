@@ -5,20 +5,19 @@
 // std::bad_alloc where the library removes that handler on purpose
 // (exception and message texts). The handle involved keeps its value and
 // the process goes on working afterwards.
-#include <gtest/gtest.h>
-
-#include <cstdio>
-#include <cstring>
-#include <functional>
-#include <new>
-#include <string>
-#include <vector>
-
 #include "dbase.hpp"
 #include "dexcept.hpp"
 #include "dstring.hpp"
 #include "dtest_child.hpp"
 #include "dtest_support.hpp"
+
+#include <cstdio>
+#include <cstring>
+#include <functional>
+#include <gtest/gtest.h>
+#include <new>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -44,48 +43,51 @@ struct Case {
 std::vector<Case> cases() {
   auto const L = largeLength;
   return {
-      {"construct", [L](DString&, std::string const& big) {
-         DString made(big.data(), L);
-       }, false},
-      {"construct padded", [L](DString&, std::string const&) {
+      {"construct",
+       [L](DString&, std::string const& big) { DString made(big.data(), L); },
+       false},
+      {"construct padded",
+       [L](DString&, std::string const&) {
          DString made(nullptr, 0, nullptr, L, nullptr, 0, '-');
-       }, false},
-      {"insert", [L](DString& s, std::string const& big) {
-         s.insert(big.data(), L, 1);
-       }, false},
-      {"overlayWith", [L](DString& s, std::string const& big) {
+       },
+       false},
+      {"insert",
+       [L](DString& s, std::string const& big) { s.insert(big.data(), L, 1); },
+       false},
+      {"overlayWith",
+       [L](DString& s, std::string const& big) {
          s.overlayWith(big.data(), L, 2);
-       }, false},
-      {"change", [L](DString& s, std::string const& big) {
+       },
+       false},
+      {"change",
+       [L](DString& s, std::string const& big) {
          s.change("b", 1, big.data(), L);
-       }, false},
+       },
+       false},
       {"copy", [](DString& s, std::string const&) { s.copy(16u << 20); },
        false},
       {"center", [L](DString& s, std::string const&) { s.center(L); }, false},
-      {"leftJustify", [L](DString& s, std::string const&) {
-         s.leftJustify(L);
-       }, false},
-      {"rightJustify", [L](DString& s, std::string const&) {
-         s.rightJustify(L, '0');
-       }, false},
-      {"subString", [L](DString& s, std::string const&) {
+      {"leftJustify", [L](DString& s, std::string const&) { s.leftJustify(L); },
+       false},
+      {"rightJustify",
+       [L](DString& s, std::string const&) { s.rightJustify(L, '0'); }, false},
+      {"subString",
+       [L](DString& s, std::string const&) {
          DString part = s.subString(1, L, '.');
-       }, false},
-      {"operator+", [](DString& s, std::string const&) {
-         DString sum = s + s;
-       }, true},
+       },
+       false},
+      {"operator+", [](DString& s, std::string const&) { DString sum = s + s; },
+       true},
       {"operator+=", [](DString& s, std::string const&) { s += s; }, true},
-      {"upperCase shared", [](DString& s, std::string const&) {
-         s.upperCase();
-       }, true},
-      {"lowerCase shared", [](DString& s, std::string const&) {
-         s.lowerCase();
-       }, true},
+      {"upperCase shared",
+       [](DString& s, std::string const&) { s.upperCase(); }, true},
+      {"lowerCase shared",
+       [](DString& s, std::string const&) { s.lowerCase(); }, true},
       {"reverse shared", [](DString& s, std::string const&) { s.reverse(); },
        true},
-      {"translate shared", [](DString& s, std::string const&) {
-         s.translate("x", 1, "y", 1);
-       }, true},
+      {"translate shared",
+       [](DString& s, std::string const&) { s.translate("x", 1, "y", 1); },
+       true},
       {"index shared", [](DString& s, std::string const&) { s[1u] = 'q'; },
        true},
       {"space", [](DString& s, std::string const&) { s.space(2); }, true},
@@ -119,8 +121,8 @@ std::string runCase(Case const& c, std::string const& big,
   // Compared in place: a copy of the large text would not fit.
   bool const kept =
       handle.length() == text.size() && original.length() == text.size() &&
-      std::memcmp(static_cast<char const*>(handle), text.data(),
-                  text.size()) == 0 &&
+      std::memcmp(static_cast<char const*>(handle), text.data(), text.size()) ==
+          0 &&
       std::memcmp(static_cast<char const*>(original), text.data(),
                   text.size()) == 0;
   // Still working: a small edit on a fresh string.
@@ -158,8 +160,7 @@ TEST(DStringMemFault, EditsRaiseOutOfMemoryAndKeepTheHandle) {
     std::vector<std::string> const lines =
         dtest::linesWith(child.output, "child: ");
     ASSERT_EQ(1u, lines.size()) << c.name << "\n" << child.output;
-    EXPECT_EQ("DOutOfMemory id 4 unrecoverable logged 1 kept AFTER!",
-              lines[0])
+    EXPECT_EQ("DOutOfMemory id 4 unrecoverable logged 1 kept AFTER!", lines[0])
         << c.name;
   }
 }
@@ -250,9 +251,12 @@ TEST(DStringMemFault, TextsAndTraceWithoutTheHandler) {
     return 0;
   });
   EXPECT_EQ(0, child.exitCode) << child.output.substr(0, 2000);
-  std::vector<std::string> const want = {
-      "setText bad_alloc", "appendText bad_alloc", "messageText bad_alloc",
-      "count 1 text kept handler library", "logged", "still working"};
+  std::vector<std::string> const want = {"setText bad_alloc",
+                                         "appendText bad_alloc",
+                                         "messageText bad_alloc",
+                                         "count 1 text kept handler library",
+                                         "logged",
+                                         "still working"};
   EXPECT_EQ(want, dtest::linesWith(child.output, "child: "));
   EXPECT_NE(std::string::npos, child.output.find(std::string(8 * MiB, 'L')))
       << "the report lost the exception text";

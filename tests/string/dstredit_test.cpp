@@ -3,7 +3,6 @@
 // shortcuts of remove and rightJustify, strip(), the static forms, and the
 // handle staying valid when a buffer operation raises.
 #include "dstring.hpp"
-
 #include "dtest_support.hpp"
 
 #include <cstring>
@@ -44,8 +43,7 @@ public:
   }
   DBuffer* leftJustify(unsigned int, char) override { return probe(); }
   DBuffer* lowerCase() override { return probe(); }
-  DBuffer* overlayWith(char const*, unsigned int, unsigned int,
-                       char) override {
+  DBuffer* overlayWith(char const*, unsigned int, unsigned int, char) override {
     return probe();
   }
   DBuffer* remove(unsigned int, unsigned int) override { return probe(); }
@@ -156,8 +154,7 @@ TEST(DStringEdit, InPlaceOnlyInTheDirectWay) {
       {"change", "abc",
        [](DString& s) { s.change(DString("b"), DString("B")); }, "aBc", false},
       // Nothing to do: the receiver comes back in both ways.
-      {"lowerCase-none", "abc", [](DString& s) { s.lowerCase(); }, "abc",
-       true},
+      {"lowerCase-none", "abc", [](DString& s) { s.lowerCase(); }, "abc", true},
       {"leftJustify-same", "abc", [](DString& s) { s.leftJustify(3); }, "abc",
        true},
       {"center-same", "abc", [](DString& s) { s.center(3); }, "abc", true},
@@ -193,7 +190,7 @@ TEST(DStringEdit, HandleShortcuts) {
     char const* want;
   };
   Case const cases[] = {
-      {3, 0xFFFFFFFFu, "ab"}, {0, 2, "cdef"}, {7, 1, "abcdef"},
+      {3, 0xFFFFFFFFu, "ab"}, {0, 2, "cdef"},  {7, 1, "abcdef"},
       {2, 0, "abcdef"},       {6, 1, "abcde"}, {1, 6, ""},
   };
   for (auto const& c : cases) {

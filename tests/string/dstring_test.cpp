@@ -5,7 +5,6 @@
 #include "dtest_child.hpp"
 #include "dtest_support.hpp"
 
-
 #include <climits>
 #include <cstdlib>
 #include <sstream>
@@ -103,7 +102,7 @@ TEST(DStringShare, CopyAssignAndSelfAssign) {
 
 TEST(DStringShare, AdoptKeepsTheCount) {
   DBuffer* made = DBuffer::defaultBuffer()->newBuffer("xyz", 3, nullptr, 0,
-                                                     nullptr, 0, ' ');
+                                                      nullptr, 0, ' ');
   ASSERT_NE(nullptr, made);
   EXPECT_EQ(1u, made->useCount());
   DString adopted(made);
@@ -243,11 +242,10 @@ TEST(DStringCompare, OperatorsFollowByteOrder) {
     char const* b;
     int order; // -1, 0, 1
   };
-  Case const cases[] = {{"abc", "abd", -1}, {"abd", "abc", 1},
-                        {"ab", "abc", -1},  {"abc", "ab", 1},
-                        {"", "", 0},        {"", "x", -1},
-                        {"x", "", 1},       {"\xE9", "e", 1},
-                        {"same", "same", 0}};
+  Case const cases[] = {
+      {"abc", "abd", -1}, {"abd", "abc", 1}, {"ab", "abc", -1},
+      {"abc", "ab", 1},   {"", "", 0},       {"", "x", -1},
+      {"x", "", 1},       {"\xE9", "e", 1},  {"same", "same", 0}};
   dtest::I18NState bytesMode(0);
   for (auto const& c : cases) {
     SCOPED_TRACE(std::string(c.a) + " vs " + c.b);
@@ -291,8 +289,8 @@ TEST(DStringI18N, EnvironmentValues) {
     char const* value; // null: unset
     int want;
   };
-  Case const cases[] = {{"ON", 1},  {"on", 1},   {"oN", 1},  {"On", 1},
-                        {"ONE", 0}, {"", 0},     {"1", 0},   {"on ", 0},
+  Case const cases[] = {{"ON", 1},  {"on", 1},   {"oN", 1}, {"On", 1},
+                        {"ONE", 0}, {"", 0},     {"1", 0},  {"on ", 0},
                         {"of", 0},  {nullptr, 0}};
   for (auto const& c : cases) {
     SCOPED_TRACE(c.value ? c.value : "(unset)");

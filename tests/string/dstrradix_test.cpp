@@ -2,10 +2,10 @@
 // one-step members. The library's word-at-a-time arithmetic is compared
 // with a literal digit-by-digit model of the conversion rules written here,
 // and, where GMP is available, with GMP as an independent reference.
-#include "dstring.hpp"
-
-#include "dtest_support.hpp"
 #include "string/dstrradix_p.hpp"
+
+#include "dstring.hpp"
+#include "dtest_support.hpp"
 
 #include <cctype>
 #include <cstdio>
@@ -26,7 +26,7 @@ using dtest::bytes;
 namespace {
 
 //===--- The digit-by-digit model -----------------------------------------===//
-// Deliberately slow and literal: every step of the rules on std::string,
+// Deliberately slow and literal: every conversion step done on std::string,
 // with the widening, the one-step arithmetic and the stripping of each
 // value of DString::fgI18NState.
 namespace model {
@@ -472,7 +472,7 @@ TEST(DStringRadix, HeadLengthFollowsMaxLong) {
   EXPECT_EQ(model::d2c(in, 1, std::strlen(shortText)), got);
   EXPECT_EQ(model::d2c(in, 1), got); // the value does not depend on it
   // A head of more than 18 digits may pass LONG_MAX: strtol clamps it, and
-  // the rules keep that clamp.
+  // the conversion keeps that clamp rather than wrapping.
   char const* const longText = "0x7fffffffffffffffffffffffL";
   DString::maxLong = longText;
   std::string const big = "99999999999999999999999999";
@@ -541,8 +541,8 @@ TEST(DStringRadix, DecimalMathKeepsThreeDigitsOfRoom) {
 }
 
 TEST(DStringRadix, OneStepMembersOnAnEmptyReceiver) {
-  // Left open by the rules (d2c and c2d never pass an empty string); the
-  // library reads the empty receiver as 0 in both.
+  // d2c and c2d never pass an empty string to these members; called
+  // directly, the library reads the empty receiver as 0 in both.
   for (int flag : {0, 1}) {
     dtest::I18NState state(flag);
     DString b;

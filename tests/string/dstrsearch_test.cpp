@@ -2,7 +2,6 @@
 // between the two fgI18NState values), the one-byte forms and the
 // occurrence counts.
 #include "dstring.hpp"
-
 #include "dtest_support.hpp"
 
 #include <cctype>
@@ -17,16 +16,16 @@ TEST(DStringSearch, SubStringRestDependsOnI18NState) {
     char const* on;  // fgI18NState 1
   };
   Case const cases[] = {
-      {0, "abc ", "abc"}, {1, "abc", "abc"}, {2, "bc", "bc"},
-      {3, "c", "c"},      {4, "", ""},       {5, "", ""},
+      {0, "abc ", "abc"},    {1, "abc", "abc"}, {2, "bc", "bc"},
+      {3, "c", "c"},         {4, "", ""},       {5, "", ""},
       {0xFFFFFFFFu, "", ""},
   };
   DString const abc("abc");
   for (int state : {0, 1}) {
     dtest::I18NState const mode(state);
     for (auto const& c : cases) {
-      SCOPED_TRACE(testing::Message() << "state " << state << " start "
-                                      << c.start);
+      SCOPED_TRACE(testing::Message()
+                   << "state " << state << " start " << c.start);
       DString const rest = abc.subString(c.start);
       EXPECT_EQ(state ? c.on : c.off, bytes(rest));
       EXPECT_EQ('\0', static_cast<char const*>(rest)[rest.length()]);
@@ -50,16 +49,18 @@ TEST(DStringSearch, SubStringWithCount) {
 }
 
 TEST(DStringSearch, OneByteForms) {
-  DString const s("a\0b\xE9" "b", 5);
+  DString const s("a\0b\xE9"
+                  "b",
+                  5);
   struct Case {
     char c;
     unsigned int start, first, last;
   };
   Case const cases[] = {
-      {'b', 1, 3, 0},    {'b', 0, 3, 0},      {'b', 4, 5, 3},
-      {'b', 6, 0, 5},    {'b', 0xFFFFFFFFu, 0, 5},
-      {'\0', 1, 2, 0},   {'\0', 9, 0, 2},     {'\xE9', 1, 4, 0},
-      {'\xE9', 4, 4, 4}, {'z', 1, 0, 0},
+      {'b', 1, 3, 0},  {'b', 0, 3, 0},           {'b', 4, 5, 3},
+      {'b', 6, 0, 5},  {'b', 0xFFFFFFFFu, 0, 5}, {'\0', 1, 2, 0},
+      {'\0', 9, 0, 2}, {'\xE9', 1, 4, 0},        {'\xE9', 4, 4, 4},
+      {'z', 1, 0, 0},
   };
   for (auto const& c : cases) {
     SCOPED_TRACE(testing::Message() << int(c.c) << " from " << c.start);
@@ -76,9 +77,15 @@ TEST(DStringSearch, OccurrencesDoNotOverlap) {
     unsigned int start, want;
   };
   Case const cases[] = {
-      {"abcabc", "bc", 1, 2},  {"abcabc", "bc", 3, 1}, {"abcabc", "bc", 0, 2},
-      {"aaaa", "aa", 1, 2},    {"aaaaa", "aa", 2, 2},  {"aaaa", "", 1, 0},
-      {"aaaa", "a", 1, 4},     {"aaaa", "a", 5, 0},    {"", "a", 1, 0},
+      {"abcabc", "bc", 1, 2},
+      {"abcabc", "bc", 3, 1},
+      {"abcabc", "bc", 0, 2},
+      {"aaaa", "aa", 1, 2},
+      {"aaaaa", "aa", 2, 2},
+      {"aaaa", "", 1, 0},
+      {"aaaa", "a", 1, 4},
+      {"aaaa", "a", 5, 0},
+      {"", "a", 1, 0},
       {std::string("\0\0\0", 3), std::string(1, '\0'), 1, 3},
       {"\xE9x\xE9", "\xE9", 2, 1},
   };

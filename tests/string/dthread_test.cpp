@@ -3,21 +3,20 @@
 // and with handles owned by the main thread. Afterwards every count must be
 // exactly where it started and the count lock free. Runs about a second,
 // less under the sanitizers; the ThreadSanitizer lane runs it too.
-#include <gtest/gtest.h>
+#include "dstring.hpp"
+#include "dtest_child.hpp"
+#include "dtest_support.hpp"
 
 #include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <gtest/gtest.h>
 #include <new>
 #include <string>
-#include <thread>
 #include <sys/single_threaded.h>
+#include <thread>
 #include <vector>
-
-#include "dstring.hpp"
-#include "dtest_child.hpp"
-#include "dtest_support.hpp"
 
 namespace {
 
@@ -94,11 +93,11 @@ TEST(DStringThreadStress, SharedBuffersKeepExactCounts) {
         for (int round = 0; round < 64; ++round, ++k) {
           std::size_t const i = k % shared.size();
           std::string const& want = sharedText[i];
-          DString copy(shared[i]);                   // count up
+          DString copy(shared[i]); // count up
           DString& slot = mine[k % mine.size()];
-          slot = copy;                               // assign: up and down
+          slot = copy; // assign: up and down
           DString edited(slot);
-          edited.upperCase();                        // copy on write
+          edited.upperCase(); // copy on write
           if (dtest::bytes(edited) != upper(want))
             log.fault("upperCase gave " + dtest::bytes(edited));
           edited.insert("<>", 2, 1);
@@ -108,11 +107,11 @@ TEST(DStringThreadStress, SharedBuffersKeepExactCounts) {
             log.fault("insert/remove gave " + dtest::bytes(edited));
           if (dtest::bytes(copy) != want || dtest::bytes(slot) != want)
             log.fault("a shared copy changed: " + dtest::bytes(copy));
-          DString joined = copy + slot;              // a new buffer
+          DString joined = copy + slot; // a new buffer
           if (joined.length() != 2 * want.size())
             log.fault("concatenation length");
-          mine[(k + 3) % mine.size()] = joined;      // drops an old buffer
-          copy = edited;                             // last owner may free
+          mine[(k + 3) % mine.size()] = joined; // drops an old buffer
+          copy = edited;                        // last owner may free
           log.operations += 8;
         }
       }
@@ -194,8 +193,8 @@ TEST(DStringThreadStress, BuffersFreedOnOtherThreads) {
       ADD_FAILURE() << fault;
   }
   EXPECT_GT(total, 0ul);
-  std::printf("[ stress   ] %d threads, %lu handoff operations\n",
-              threadCount, total);
+  std::printf("[ stress   ] %d threads, %lu handoff operations\n", threadCount,
+              total);
   EXPECT_EQ(seedCount, seed.buffer()->useCount());
   EXPECT_EQ(0, __atomic_load_n(&DBuffer::refGuard, __ATOMIC_ACQUIRE));
 }
@@ -275,8 +274,8 @@ TEST(DStringThreadSwitchOverChild, CountsStayExact) {
 }
 
 TEST(DStringThreadSwitchOver, FreshProcess) {
-  dtest::ChildResult const r = dtest::runSelf(
-      "DStringThreadSwitchOverChild.*", {{"ZYN_THREAD_SWITCH", "1"}});
+  dtest::ChildResult const r = dtest::runSelf("DStringThreadSwitchOverChild.*",
+                                              {{"ZYN_THREAD_SWITCH", "1"}});
   EXPECT_EQ(0, r.exitCode) << r.output;
 }
 
@@ -321,7 +320,8 @@ TEST(DStringThreadMixed, ThrowCopyAndWriteAtOnce) {
             dtest::bytes(mine).substr(1) != text.substr(1))
           ++wrong;
         try {
-          (void)shared[static_cast<unsigned int>(text.size() + 1)]; // past the end
+          (void)shared[static_cast<unsigned int>(text.size() +
+                                                 1)]; // past the end
         } catch (DInvalidRequest const&) {
           ++caught;
         }

@@ -5,6 +5,9 @@
 #ifndef D_TESTS_DTEST_CHILD_HPP
 #define D_TESTS_DTEST_CHILD_HPP
 
+#include "dexcept.hpp"
+#include "dstring.hpp"
+
 #include <cerrno>
 #include <clocale>
 #include <cstddef>
@@ -12,17 +15,14 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
-#include <new>
 #include <fcntl.h>
 #include <functional>
+#include <new>
 #include <string>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <utility>
 #include <vector>
-
-#include "dexcept.hpp"
-#include "dstring.hpp"
 
 extern char** environ;
 

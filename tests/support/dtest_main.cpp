@@ -2,11 +2,10 @@
 // any string exists (the buffer class is fixed by the first string), and
 // points the library at the build tree's message catalogue, and runs in
 // UTC.
-#include <gtest/gtest.h>
-
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
+#include <gtest/gtest.h>
 
 int main(int argc, char** argv) {
   char const* name = std::getenv("ZYN_TEST_LOCALE");

@@ -4,19 +4,17 @@
 #ifndef D_TESTS_DTEST_SUPPORT_HPP
 #define D_TESTS_DTEST_SUPPORT_HPP
 
-#include <gtest/gtest.h>
-
-#include <langinfo.h>
+#include "dexcept.hpp"
+#include "dstring.hpp"
 
 #include <cctype>
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
+#include <gtest/gtest.h>
+#include <langinfo.h>
 #include <string>
 #include <vector>
-
-#include "dexcept.hpp"
-#include "dstring.hpp"
 
 namespace dtest {
 
@@ -54,7 +52,8 @@ inline bool localeIs(char const* codeset) {
     std::string out;
     for (; *text; ++text)
       if (*text != '-' && *text != '_')
-        out += static_cast<char>(std::tolower(static_cast<unsigned char>(*text)));
+        out +=
+            static_cast<char>(std::tolower(static_cast<unsigned char>(*text)));
     return out;
   };
   return fold(nl_langinfo(CODESET)) == fold(codeset);
