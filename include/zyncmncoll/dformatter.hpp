@@ -7,8 +7,8 @@
 //   fmt::print("{:*^10}|{}\n", text, date);   // std::format alike
 //
 // A DString formats as all of its bytes, embedded NUL bytes included (the
-// stream operator stops at the first NUL). The format specification is that
-// of a string: fill, alignment, width, precision and the type `s`. Width and
+// stream operator stops at the first NUL). It takes a string's format
+// options: fill, alignment, width, precision and the type `s`. Width and
 // precision count as the formatting library counts text: for UTF-8 text by
 // code points, a wide East Asian character taking two columns; a byte that
 // is not part of a valid UTF-8 sequence (Latin-1 text, bytes 0x80-0xFF)
@@ -17,7 +17,7 @@
 //
 // DDate and DTime format as their stream operators write them: the locale's
 // date format (DDate::asString()) and time representation
-// (DTime::asString("%X")), under the same string specification; another
+// (DTime::asString("%X")), with the same string options; another
 // layout is a matter of formatting asString(format).
 //
 // Define D_FORMATTER_NO_FMT to leave {fmt} out, D_FORMATTER_NO_STD to leave
@@ -64,7 +64,7 @@ struct FmtFormatter : fmt::formatter<fmt::string_view> {
 };
 } // namespace dinternal
 
-/// DString with {fmt}: all bytes, string format specification.
+/// DString with {fmt}: all bytes, a string's format options.
 template <>
 struct fmt::formatter<DString> : dinternal::FmtFormatter<DString> {};
 /// DDate with {fmt}: the locale's date format.
@@ -97,7 +97,7 @@ struct StdFormatter : std::formatter<std::string_view, char> {
 };
 } // namespace dinternal
 
-/// DString with std::format: all bytes, string format specification.
+/// DString with std::format: all bytes, a string's format options.
 template <>
 struct std::formatter<DString, char> : dinternal::StdFormatter<DString> {};
 /// DDate with std::format: the locale's date format.
