@@ -4,6 +4,7 @@
 // to the C library's own.
 #include "dbuffer.hpp"
 #include "dstring.hpp"
+#include "dtest_child.hpp"
 #include "dtest_support.hpp"
 
 #include <cctype>
@@ -11,6 +12,7 @@
 #include <cstring>
 #include <ctype.h>
 #include <dlfcn.h>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -311,3 +313,101 @@ TEST(DBufferClasses, LongTextsAgreeWithTheBytePredicates) {
           ASSERT_EQ(expected(t), answers(text(t)));
         }
 }
+
+namespace {
+
+// Requests of a given size or more fail for the guard's lifetime, in this
+// process (the test program's allocation operators, dtest_alloc.cpp).
+class FailingAllocations {
+public:
+  explicit FailingAllocations(std::size_t from) {
+    dtest::failAllocationsFrom(from);
+  }
+  ~FailingAllocations() { dtest::failAllocationsFrom(0); }
+  FailingAllocations(FailingAllocations const&) = delete;
+  FailingAllocations& operator=(FailingAllocations const&) = delete;
+};
+
+// With internationalised mode on, compare() works on NUL-terminated copies
+// (and, for multibyte text, wide arrays). When they cannot be allocated the
+// answer is 2 (before): no exception, no errno taken for a collation
+// error, and no out-of-memory report, as nothing failed for the caller.
+void copiesThatCannotBeMadeAnswerBefore() {
+  dtest::I18NState const collation(1);
+  struct Case {
+    std::string mine, other;
+    unsigned int normally;
+  };
+  // Long enough that the copies fail while a report would still fit.
+  std::string const tail(4000, 'x');
+  Case const cases[] = {
+      {"b" + tail, "a" + tail, 1},
+      {"a" + tail, "b" + tail, 2},
+      {"a" + tail, "a" + tail + "y", 2},
+      {std::string("a\0b", 3) + tail, std::string("a\0a", 3) + tail, 1},
+  };
+  for (auto const& c : cases) {
+    SCOPED_TRACE(c.mine.substr(0, 3));
+    DString const s(c.mine.data(), static_cast<unsigned int>(c.mine.size()));
+    unsigned int const otherLength = static_cast<unsigned int>(c.other.size());
+    EXPECT_EQ(c.normally, s.buffer()->compare(c.other.data(), otherLength));
+    dtest::RecordingTrace trace;
+    unsigned int answer = 99;
+    bool raised = false;
+    {
+      FailingAllocations const exhausted(c.mine.size() / 2);
+      try {
+        answer = s.buffer()->compare(c.other.data(), otherLength);
+      } catch (...) {
+        raised = true;
+      }
+    }
+    EXPECT_FALSE(raised);
+    EXPECT_EQ(2u, answer);
+    EXPECT_EQ(0, trace.logged);
+    EXPECT_TRUE(trace.lines.empty());
+    // Allocation works again: the usual answer.
+    EXPECT_EQ(c.normally, s.buffer()->compare(c.other.data(), otherLength));
+  }
+}
+
+// The library's own out-of-memory path still runs where memory is needed
+// for the caller's result.
+void resultsThatCannotBeMadeStillRaise() {
+  std::string const text(4096, 'a');
+  DString s(text.c_str());
+  dtest::RecordingTrace trace;
+  bool outOfMemory = false;
+  {
+    FailingAllocations const exhausted(text.size() / 2);
+    try {
+      s.insert("b", 1, 1);
+    } catch (DOutOfMemory const&) {
+      outOfMemory = true;
+    }
+  }
+  EXPECT_TRUE(outOfMemory);
+  EXPECT_EQ(1, trace.logged);
+  EXPECT_EQ(text, dtest::bytes(s));
+}
+
+} // namespace
+
+// Both run with the single-byte buffer (C locale) and the multibyte one
+// (the Mb runs), where operator new can fail on demand.
+#define D_COLLATION_MEMORY_TEST(suite, name, body)                             \
+  TEST(suite, name) {                                                          \
+    if (!dtest::allocationsCanFail())                                          \
+      GTEST_SKIP() << "another allocator replaced the test program's";         \
+    body();                                                                    \
+  }
+D_COLLATION_MEMORY_TEST(DBufferCollationMemory,
+                        CopiesThatCannotBeMadeAnswerBefore,
+                        copiesThatCannotBeMadeAnswerBefore)
+D_COLLATION_MEMORY_TEST(MbCollationMemory, CopiesThatCannotBeMadeAnswerBefore,
+                        copiesThatCannotBeMadeAnswerBefore)
+D_COLLATION_MEMORY_TEST(DBufferCollationMemory,
+                        ResultsThatCannotBeMadeStillRaise,
+                        resultsThatCannotBeMadeStillRaise)
+D_COLLATION_MEMORY_TEST(MbCollationMemory, ResultsThatCannotBeMadeStillRaise,
+                        resultsThatCannotBeMadeStillRaise)

@@ -8,6 +8,7 @@
 #include "dtest_child.hpp"
 
 #include <atomic>
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -37,7 +38,9 @@ constexpr std::size_t headerSize = 16;
 void* allocate(std::size_t size, Form form) {
   served.fetch_add(1, std::memory_order_relaxed);
   for (;;) {
-    if (!fails(size) && size <= SIZE_MAX - headerSize)
+    if (fails(size))
+      errno = ENOMEM; // as an exhausted malloc leaves it
+    else if (size <= SIZE_MAX - headerSize)
       if (void* p = std::malloc(headerSize + size)) {
         *static_cast<Form*>(p) = form;
         return static_cast<char*>(p) + headerSize;

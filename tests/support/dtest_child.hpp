@@ -102,7 +102,7 @@ inline ChildResult runInChild(std::function<int()> const& body) {
 
 /// From now on every allocation through operator new of at least \p bytes
 /// fails as on an exhausted heap (0: none fails). Defined with the test
-/// program's allocation operators in dtest_alloc.cpp; only for a child.
+/// program's allocation operators in dtest_alloc.cpp.
 void failAllocationsFrom(std::size_t bytes);
 
 /// Whether failAllocationsFrom() works: false when another allocator
