@@ -2,7 +2,8 @@
 // character in their result. Flag 0 edits bytes with DBuffer's own rules
 // and repairs cut characters; flag 1 edits wide characters (DWBuffer).
 #include "base/dcompiler_p.hpp"
-#include "nls/dcharstarts_p.hpp"
+#include "nls/ddbcsb_p.hpp"
+#include "nls/dmbchar_p.hpp"
 #include "string/dbufcount_p.hpp"
 #include "string/dstring_p.hpp"
 
