@@ -238,7 +238,7 @@ struct transOccurrence {
   unsigned int index;
 };
 
-/// Splits \p length bytes of \p table into characters (mblen rules, cut at
+/// Splits \p length bytes of \p table into characters (mbStep(), cut at
 /// the table's end); at most 16 bytes each.
 std::vector<std::pair<char const*, unsigned int>>
 splitCharacters(char const* table, unsigned int length) {

@@ -3,10 +3,11 @@
 // search, edit, position mapping and conversion walk of the library reads
 // characters through it. Positions are 1-based bytes unless said otherwise.
 //
-// forwardStep() is the one call into the C library (mbrtowc); the walkers
-// below differ only in where they start, which state they keep, how much
-// they let it read and which BadByte rule turns an invalid or cut-off
-// sequence into a step:
+// forwardStep() is the one call into the C library's character reading
+// (mbrtowc; only the collation converts whole segments with mbsrtowcs, in
+// ddbcsb1.cpp); the walkers below differ only in where they start, which state
+// they keep, how much they let it read and which BadByte rule turns an invalid
+// or cut-off sequence into a step:
 //
 //  - CharWalk: forward from byte 1 with one conversion state for the whole
 //    walk; reads at most measureLimit bytes; BadByte::oneByte. It answers
@@ -77,8 +78,7 @@ struct Step {
 
 /// The step over the sequence at \p p under \p Rule, reading at most \p n
 /// bytes with \p state; the wide value goes to \p wc unless that is null
-/// (and is meaningful only for a character). The only call into the C
-/// library's multibyte reading.
+/// (and is meaningful only for a character).
 template <BadByte Rule>
 inline Step forwardStep(char const* p, std::size_t n, std::mbstate_t* state,
                         wchar_t* wc = nullptr) {
