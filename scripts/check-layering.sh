@@ -37,14 +37,10 @@ allowed_for() {
 
 # Includes of a lower area from a higher one that stay, as file:header.
 # dbuffer0.cpp: the buffer factory is the one place that constructs the
-# multibyte buffer, chosen by MB_CUR_MAX.
-# dstredit.cpp (strip() picks zyn_iswspace for a multibyte buffer) and
-# dstrradix.cpp (the character-aware digit checks of x2c and d2c) are
-# still to be moved behind the buffer interface.
+# multibyte buffer, chosen by MB_CUR_MAX, and the one place that asks which
+# kind a buffer is (string/dbufkind_p.hpp).
 exceptions="
 src/string/dbuffer0.cpp:ddbcsb.hpp
-src/string/dstredit.cpp:ddbcsb.hpp
-src/string/dstrradix.cpp:dnlsutil.hpp
 "
 
 status=0

@@ -1,9 +1,10 @@
-// The multibyte buffer's character model, class tests and comparison.
+// The multibyte buffer's character model (measured by nls/dmbchar_p.hpp),
+// class tests and comparison.
 #include "ddbcsb.hpp"
 
 #include "base/dnewhandler_p.hpp"
 #include "base/dthrow_p.hpp"
-#include "nls/ddbcsb_p.hpp"
+#include "nls/dmbchar_p.hpp"
 
 #include "dstring.hpp"
 
@@ -20,92 +21,10 @@
 static char const thisFile[] = "ddbcsb1";
 static unsigned long const collationErrorLine = 812;
 
-// Longest sequence the character model hands to mbrlen, as the walks of this
-// class always have: longer than any character of a supported locale.
-static unsigned int const measureLimit = 16;
-
 static std::size_t const invalidSequence = static_cast<std::size_t>(-1);
-static std::size_t const incompleteSequence = static_cast<std::size_t>(-2);
-
-//===--- Character walk ---------------------------------------------------===//
-
-namespace dinternal {
-
-std::mbstate_t const zeroState = std::mbstate_t();
-
-unsigned int measureChar(char const* p, unsigned int available,
-                         std::mbstate_t* state) {
-  if (*p == '\0')
-    return 1;
-  std::mbstate_t const before = *state;
-  std::size_t const r =
-      std::mbrlen(p, std::min(available, measureLimit), state);
-  if (r == incompleteSequence) {
-    // mbrlen kept the partial bytes in the state; forget them.
-    *state = before;
-    return 1;
-  }
-  // mbrlen's result read as a signed 32-bit value: 0 and below are bytes
-  // that start no valid character, each measured as one byte.
-  int const n = static_cast<int>(r);
-  return n <= 0 ? 1 : static_cast<unsigned int>(n);
-}
-
-unsigned int statelessLength(char const* p, unsigned int available) {
-  std::mbstate_t state = zeroState;
-  return measureChar(p, available, &state);
-}
-
-CharWalk::CharWalk(char const* textBytes, unsigned int length)
-    : text(textBytes), textLength(length), start(1), charBytes(0),
-      state(zeroState) {
-  measure();
-}
-
-void CharWalk::restart() {
-  start = 1;
-  state = zeroState;
-  measure();
-}
-
-void CharWalk::measure() {
-  charBytes = start > textLength ? 0
-                                 : measureChar(text + start - 1,
-                                               textLength - start + 1, &state);
-}
-
-void CharWalk::advance() {
-  if (charBytes == 0)
-    return;
-  start += charBytes;
-  measure();
-}
-
-void CharWalk::seek(unsigned int pos) {
-  if (pos < start)
-    restart();
-  while (charBytes != 0 && last() < pos)
-    advance();
-}
-
-int CharWalk::typeAt(unsigned int pos) {
-  if (pos == 0 || pos > textLength)
-    return 0;
-  seek(pos);
-  return charBytes == 1 ? 0 : static_cast<int>(pos - start + 1);
-}
-
-std::vector<unsigned int> characterStarts(char const* text,
-                                          unsigned int length) {
-  std::vector<unsigned int> starts;
-  for (CharWalk walk(text, length); !walk.atEnd(); walk.advance())
-    starts.push_back(walk.position());
-  return starts;
-}
-
-} // namespace dinternal
 
 using dinternal::CharWalk;
+using dinternal::measureLimit;
 
 //===--- Construction and factory -----------------------------------------===//
 
@@ -202,25 +121,13 @@ unsigned int DDBCSBuffer::windexOfAnyBut(DStringTest const& test,
   char const* const text = contents();
   std::mbstate_t state = dinternal::zeroState;
   while (pos <= length()) {
-    std::size_t const maxBytes = MB_CUR_MAX;
-    std::size_t const left = length() - pos + 1;
-    std::mbstate_t const before = state;
-    wchar_t wc = L'\0';
-    std::size_t const r =
-        std::mbrtowc(&wc, text + pos - 1, std::min(maxBytes, left), &state);
     // A sequence that starts no character has no wide value: the test sees
     // WEOF, which no wide class accepts.
-    int value = static_cast<int>(wc);
-    unsigned int step = 1;
-    if (r == invalidSequence || r == incompleteSequence) {
-      state = before;
-      value = static_cast<int>(WEOF);
-    } else if (r != 0) {
-      step = static_cast<unsigned int>(r);
-    }
-    if (!test.test(value))
+    dinternal::DecodedChar const c =
+        dinternal::decodeChar(text + pos - 1, length() - pos + 1, &state);
+    if (!test.test(c.value))
       return pos;
-    pos += step;
+    pos += c.bytes;
   }
   return 0;
 }
@@ -279,8 +186,10 @@ bool DDBCSBuffer::isWhiteSpace() const {
 static bool isWide(char const* p, unsigned int size) {
   std::mbstate_t state = dinternal::zeroState;
   wchar_t wc;
-  std::size_t const r = std::mbrtowc(&wc, p, size, &state);
-  return r != invalidSequence && r != incompleteSequence && wcwidth(wc) >= 2;
+  return dinternal::forwardStep<dinternal::BadByte::oneByte>(p, size, &state,
+                                                             &wc)
+                 .kind == dinternal::SequenceKind::character &&
+         wcwidth(wc) >= 2;
 }
 
 bool DDBCSBuffer::isMBCS() const {

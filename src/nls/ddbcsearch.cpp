@@ -1,116 +1,22 @@
 // Multibyte searches and substrings: the DDBCSBuffer overrides that only
-// ever answer the first byte of a character, and the character walker
-// (CharStarts) that every multibyte search and edit steps with.
-#include "nls/dcharstarts_p.hpp"
+// ever answer the first byte of a character; they step with CharStarts
+// (nls/dmbchar_p.hpp).
+#include "nls/ddbcsb_p.hpp"
+#include "nls/dmbchar_p.hpp"
 
 #include "ddbcsb.hpp"
 #include "dnlsutil.hpp"
 #include "dstring.hpp"
 
 #include <algorithm>
-#include <cassert>
 #include <cstdlib>
 #include <cstring>
-#include <langinfo.h>
 #include <memory>
 #include <string.h> // memmem, memrchr
 #include <vector>
 
 using dinternal::byteArgument;
 using dinternal::CharStarts;
-
-//===--- Character walk ---------------------------------------------------===//
-
-CharStarts::CharStarts(char const* data, unsigned int length)
-    : text(data), textLength(length), sync(currentSync()) {}
-
-CharStarts::CharStarts(char const* data, unsigned int length,
-                       unsigned int knownStart)
-    : CharStarts(data, length) {
-  ring[0] = knownStart;
-  ringCount = 1;
-  walkEnd = next(knownStart);
-}
-
-CharStarts::Sync CharStarts::currentSync() {
-  char const* const codeset = nl_langinfo(CODESET);
-  if (std::strcmp(codeset, "UTF-8") == 0)
-    return utf8Sync;
-  if (std::strcmp(codeset, "EUC-JP") == 0)
-    return eucSync;
-  if (std::strcmp(codeset, "GB18030") == 0)
-    return gbSync;
-  return noSync;
-}
-
-bool CharStarts::isSync(unsigned char c) const {
-  switch (sync) {
-  case utf8Sync: // anything but a continuation byte 80..BF
-    return c < 0x80 || c >= 0xC0;
-  case eucSync: // second and third bytes are A1..FE
-    return c < 0xA1;
-  case gbSync: // second and fourth bytes 30..39, 40..7E, 80..FE
-    return c < 0x30 || (c > 0x39 && c < 0x40) || c == 0x7F || c == 0xFF;
-  case noSync:
-    break;
-  }
-  return false;
-}
-
-unsigned int CharStarts::anchorFor(unsigned int p) {
-  unsigned int best = 1;
-  if (walkEnd != 0 && walkEnd <= p)
-    best = walkEnd;
-  auto const after =
-      std::upper_bound(checkpoints.begin(), checkpoints.end(), p);
-  if (after != checkpoints.begin())
-    best = std::max(best, *(after - 1));
-  if (sync != noSync)
-    for (unsigned int q = p; q > best; --q)
-      if (isSync(static_cast<unsigned char>(text[q - 1])))
-        return q;
-  return best;
-}
-
-void CharStarts::remember(unsigned int start) {
-  if (ringCount == ringSize) {
-    // Keep the newer half: backward walks ask just below what they know.
-    std::memmove(ring, ring + ringSize / 2, sizeof ring / 2);
-    ringCount = ringSize / 2;
-  }
-  ring[ringCount++] = start;
-}
-
-unsigned int CharStarts::walk(unsigned int from, unsigned int p) {
-  if (from != walkEnd)
-    ringCount = 0; // not contiguous with what the ring holds
-  unsigned int steps = 0;
-  for (unsigned int b = from;;) {
-    unsigned int const n = next(b);
-    remember(b);
-    walkEnd = n;
-    if (++steps % ringSize == 0 &&
-        (checkpoints.empty() || b > checkpoints.back()))
-      checkpoints.push_back(b);
-    if (n > p)
-      return b;
-    b = n;
-  }
-}
-
-unsigned int CharStarts::startAtOrBefore(unsigned int p) {
-  assert(p >= 1 && p <= textLength);
-  if (ringCount != 0 && ring[0] <= p && p < walkEnd)
-    return *(std::upper_bound(ring, ring + ringCount, p) - 1);
-  return walk(anchorFor(p), p);
-}
-
-unsigned int CharStarts::startAtOrAfter(unsigned int p) {
-  if (p > textLength)
-    return textLength + 1;
-  unsigned int const b = startAtOrBefore(p);
-  return b == p ? p : std::min(next(b), textLength + 1);
-}
 
 //===--- Shared scans -----------------------------------------------------===//
 

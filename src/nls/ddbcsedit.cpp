@@ -2,7 +2,8 @@
 // character in their result. Flag 0 edits bytes with DBuffer's own rules
 // and repairs cut characters; flag 1 edits wide characters (DWBuffer).
 #include "base/dcompiler_p.hpp"
-#include "nls/dcharstarts_p.hpp"
+#include "nls/ddbcsb_p.hpp"
+#include "nls/dmbchar_p.hpp"
 #include "string/dbufcount_p.hpp"
 #include "string/dstring_p.hpp"
 
@@ -237,7 +238,7 @@ struct transOccurrence {
   unsigned int index;
 };
 
-/// Splits \p length bytes of \p table into characters (mblen rules, cut at
+/// Splits \p length bytes of \p table into characters (mbStep(), cut at
 /// the table's end); at most 16 bytes each.
 std::vector<std::pair<char const*, unsigned int>>
 splitCharacters(char const* table, unsigned int length) {

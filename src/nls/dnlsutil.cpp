@@ -1,8 +1,10 @@
-// Wide-character conversions and byte-position/character-number mappings.
+// Wide-character conversions, byte-position/character-number mappings and
+// the exported byte scans.
 #include "dnlsutil.hpp"
 
 #include "base/dthrow_p.hpp"
-#include "nls/ddbcsb_p.hpp"
+#include "nls/dmbchar_p.hpp"
+#include "string/dbytescan_p.hpp"
 
 #include <algorithm>
 #include <cerrno>
@@ -19,12 +21,11 @@ static unsigned long const incompleteSequenceLine = 760;
 static unsigned long const unconvertibleLine = 880;
 static unsigned long const invalidCharacterMessage = 1012;
 
-// Every walk starts from this all-zero state.
-static std::mbstate_t const initialState = std::mbstate_t();
+using dinternal::PositionWalk;
+using dinternal::SequenceKind;
 
-// The sentinel results of mbrlen, mbrtowc and wcrtomb.
+// The sentinel result of wcrtomb.
 static std::size_t const invalidSequence = static_cast<std::size_t>(-1);
-static std::size_t const incompleteSequence = static_cast<std::size_t>(-2);
 
 //===--- DWBuffer ---------------------------------------------------------===//
 
@@ -129,24 +130,21 @@ unsigned int DWBuffer::lastPositionOfAnyBut(DWBuffer& set,
 
 unsigned int cvtMB2WC(char const* s, unsigned int n, wchar_t* out,
                       std::mbstate_t* state) {
-  std::size_t const used = std::mbrtowc(out, s, n, state);
-  if (used == 0)
-    return 1;
-  if (used == invalidSequence)
-    dinternal::throwMessage<DInvalidRequest>(invalidCharacterMessage,
-                                             DException::unrecoverable,
-                                             thisFile, invalidSequenceLine);
-  if (used == incompleteSequence)
-    dinternal::throwMessage<DInvalidRequest>(invalidCharacterMessage,
-                                             DException::unrecoverable,
-                                             thisFile, incompleteSequenceLine);
-  return static_cast<unsigned int>(used);
+  return dinternal::forwardStep<dinternal::BadByte::raise>(s, n, state, out)
+      .bytes;
+}
+
+[[noreturn]] void dinternal::raiseBadSequence(SequenceKind kind) {
+  dinternal::throwMessage<DInvalidRequest>(
+      invalidCharacterMessage, DException::unrecoverable, thisFile,
+      kind == SequenceKind::invalid ? invalidSequenceLine
+                                    : incompleteSequenceLine);
 }
 
 unsigned int cvtMBS2WCS(char const* s, unsigned int n, wchar_t* out) {
   if (s == nullptr || out == nullptr || n == 0)
     return 0;
-  std::mbstate_t state = initialState;
+  std::mbstate_t state = dinternal::zeroState;
   unsigned int done = 0;
   unsigned int written = 0;
   while (done < n)
@@ -158,7 +156,7 @@ unsigned int cvtWCS2MBS(wchar_t const* w, unsigned int count, char* out,
                         unsigned int outSize, int pad, char padChar) {
   if (w == nullptr || out == nullptr || outSize == 0)
     return 0;
-  std::mbstate_t state = initialState;
+  std::mbstate_t state = dinternal::zeroState;
   char scratch[MB_LEN_MAX];
   // 64-bit sums: callers pass 0xFFFFFFFF as an unbounded size.
   unsigned long written = 0;
@@ -188,48 +186,13 @@ unsigned int cvtWCS2MBS(DWBuffer const& w, char* out, unsigned int outSize,
 }
 
 //===--- Position mapping -------------------------------------------------===//
-// One walk from byte 1 with one state. mbrlen sees at most MB_CUR_MAX bytes
-// and never more than the text has left. A NUL is a one-byte character, an
-// invalid sequence ends the walk with the answer 0, and an incomplete one
-// advances MB_CUR_MAX bytes without finishing a character: those bytes
-// belong to the character that completes next.
+// One PositionWalk from byte 1 (BadByte::mbCurMax of nls/dmbchar_p.hpp): a
+// NUL is a one-byte character, an invalid sequence ends the walk with the
+// answer 0, and an incomplete one advances MB_CUR_MAX bytes without
+// finishing a character: those bytes belong to the character that
+// completes next.
 
 namespace {
-
-class PositionWalk {
-public:
-  PositionWalk(char const* text, unsigned int length)
-      : s(text), len(length), walked(0), charStart(1), chars(0),
-        incomplete(false), state(initialState) {}
-
-  /// Measures the next stretch; false on an invalid sequence.
-  bool step() {
-    std::size_t const maxBytes = MB_CUR_MAX;
-    std::size_t const left = walked < len ? len - walked : 0;
-    std::size_t const r =
-        std::mbrlen(s + walked, std::min(maxBytes, left), &state);
-    if (r == invalidSequence)
-      return false;
-    if (r == incompleteSequence) {
-      walked += maxBytes;
-      incomplete = true;
-      return true;
-    }
-    walked += r == 0 ? 1 : r;
-    ++chars;
-    incomplete = false;
-    charStart = walked + 1;
-    return true;
-  }
-
-  char const* s;
-  unsigned long len;
-  unsigned long walked;    // bytes consumed so far
-  unsigned long charStart; // first byte of the character being built
-  unsigned int chars;      // characters completed so far
-  bool incomplete;         // the last stretch ended inside a character
-  std::mbstate_t state;
-};
 
 /// Walks until byte \p pos is consumed; the stretch that consumed it starts
 /// at \p lastStart. False on an invalid sequence.
@@ -307,27 +270,6 @@ unsigned int findNextPos(char const* s, unsigned int len, unsigned int pos) {
 
 //===--- Extraction and splicing ------------------------------------------===//
 
-std::vector<unsigned int>
-dinternal::wideCharOffsets(char const* text, unsigned int length,
-                           std::vector<wchar_t>* wide) {
-  // Room for the worst case (one character per byte) up front: the walk
-  // is the cost, not the reallocations.
-  std::vector<unsigned int> offsets;
-  offsets.reserve(std::size_t{length} + 1);
-  if (wide != nullptr)
-    wide->reserve(length);
-  std::mbstate_t state = initialState;
-  wchar_t c;
-  for (unsigned int done = 0; done < length;) {
-    offsets.push_back(done);
-    done += cvtMB2WC(text + done, length - done, &c, &state);
-    if (wide != nullptr)
-      wide->push_back(c);
-  }
-  offsets.push_back(length);
-  return offsets;
-}
-
 // The extractions copy the characters they keep from the source bytes (see
 // wideCharOffsets()); the walk still raises on bad text as the conversion
 // to wide characters did.
@@ -400,4 +342,18 @@ int insWCS2WCS(wchar_t* src, int srcLen, wchar_t* ins, int insLen, int at,
     written += srcLen - from;
   }
   return written;
+}
+
+//===--- Byte scans -------------------------------------------------------===//
+
+unsigned int indexThatIsNot(char const* s, unsigned int len, char c) {
+  return dinternal::firstByteNot(s, len, c);
+}
+
+bool isAllDigits(char const* s, unsigned int len) {
+  return dinternal::allDigitBytes(s, len);
+}
+
+bool isAllHexDigits(char const* s, unsigned int len) {
+  return dinternal::allHexDigitBytes(s, len);
 }

@@ -6,6 +6,7 @@
 #include "base/dcompiler_p.hpp"
 #include "base/dthrow_p.hpp"
 #include "string/dbufcount_p.hpp"
+#include "string/dbufkind_p.hpp"
 
 #include "ddbcsb.hpp"
 #include "dexcept.hpp"
@@ -14,6 +15,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctype.h>
 #include <new>
 #include <string>
 
@@ -97,6 +99,12 @@ DBuffer* DBuffer::defaultBuffer() {
   if (nullBuffer == nullptr)
     nullBuffer = initialize();
   return nullBuffer;
+}
+
+int (*dinternal::stripSpaceTest(DBuffer const* b))(int) {
+  bool const wide = DString::fgI18NState == 1 &&
+                    dynamic_cast<DDBCSBuffer const*>(b) != nullptr;
+  return wide ? ::zyn_iswspace : ::isspace;
 }
 
 DBuffer* DBuffer::null() const {

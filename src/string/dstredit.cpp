@@ -11,14 +11,13 @@
 // In both ways a raising buffer operation leaves the handle as it was: it
 // still points at its old buffer and owns its reference (in the direct way
 // the lent reference simply stays with the handle).
+#include "string/dbufkind_p.hpp"
 #include "string/dstring_p.hpp"
 
 #include "dbuffer.hpp"
-#include "ddbcsb.hpp"
 #include "dstring.hpp"
 
 #include <cstring>
-#include <ctype.h>
 
 using dinternal::StringAccess;
 
@@ -89,9 +88,7 @@ DString& DString::strip() {
   // table of 384 entries (EOF and -128 .. 255), so a code point reads
   // memory past it, far past for U+10FFFD (a crash), and letters of
   // U+0100 .. U+2FFFF came out as blanks. That path takes iswspace.
-  bool const wide = DString::fgI18NState == 1 &&
-                    dynamic_cast<DDBCSBuffer const*>(buffer()) != nullptr;
-  DStringTest const space(wide ? ::zyn_iswspace : ::isspace);
+  DStringTest const space(dinternal::stripSpaceTest(buffer()));
   return strip(space, DStringEnum::both);
 }
 

@@ -3,10 +3,10 @@
 // for byte by digit-by-digit rules; the decimal conversions reach the same
 // bytes with 64-bit limbs, 19 decimal digits per limb operation.
 #include "base/dcompiler_p.hpp"
+#include "string/dbytescan_p.hpp"
 #include "string/dstring_p.hpp"
 #include "string/dstrradix_p.hpp"
 
-#include "dnlsutil.hpp"
 #include "dstring.hpp"
 
 #include <cctype>
@@ -350,7 +350,7 @@ DString& DString::x2c() {
     }
     decoded->removeRef();
   }
-  if (!(fgI18NState ? isAllHexDigits(pBuffer, n) : isHexDigits()))
+  if (!(fgI18NState ? dinternal::allHexDigitBytes(pBuffer, n) : isHexDigits()))
     return becomeEmpty(*this);
   // An odd count reads as if a "0" digit stood in front.
   DBuffer* const result = freshBuffer(*this, outLength);
@@ -447,7 +447,7 @@ DString& DString::c2b() {
 // shortest big-endian form of the value, computed here 19 digits a step.
 DString& DString::d2c() {
   unsigned int const n = length();
-  if (!(fgI18NState ? isAllDigits(pBuffer, n) : isDigits()))
+  if (!(fgI18NState ? dinternal::allDigitBytes(pBuffer, n) : isDigits()))
     return becomeEmpty(*this);
   if (n == 0)
     return *this;
@@ -531,7 +531,7 @@ DString& DString::c2d() {
 
   // Checked before anything changes: the widened text must be allocatable.
   unsigned int const width = dinternal::c2dWidth(n, decimalDigits(head));
-  unsigned int const firstNonZero = indexThatIsNot(pBuffer, n, '\0');
+  unsigned int const firstNonZero = dinternal::firstByteNot(pBuffer, n, '\0');
   if (firstNonZero == 0) {
     DBuffer* const result = freshBuffer(*this, width);
     std::memset(result->contents(), '0', width);
@@ -591,8 +591,9 @@ DString& DString::c2d() {
 // step grows. An empty receiver (never passed by d2c) reads as 0 and grows.
 void DString::binaryMath(unsigned char digit) {
   unsigned int const n = length();
-  unsigned int const first = fgI18NState ? indexThatIsNot(pBuffer, n, '\0')
-                                         : buffer()->indexOfAnyBut(null, 0, 1);
+  unsigned int const first = fgI18NState
+                                 ? dinternal::firstByteNot(pBuffer, n, '\0')
+                                 : buffer()->indexOfAnyBut(null, 0, 1);
   unsigned int const newLength =
       (first == 1 || n == 0) ? dinternal::checkedAdd(n, 1) : n;
   DBuffer* const result =
@@ -616,8 +617,9 @@ void DString::binaryMath(unsigned char digit) {
 // for z leading "0" digits. A digit is worth its code minus 48.
 void DString::decimalMath(unsigned char byte) {
   unsigned int const n = length();
-  unsigned int const first = fgI18NState ? indexThatIsNot(pBuffer, n, '0')
-                                         : buffer()->indexOfAnyBut(zero, 1, 1);
+  unsigned int const first = fgI18NState
+                                 ? dinternal::firstByteNot(pBuffer, n, '0')
+                                 : buffer()->indexOfAnyBut(zero, 1, 1);
   unsigned int const zeros = first == 0 ? n : first - 1;
   unsigned int const newLength =
       dinternal::checkedAdd(n, 3 - (zeros < 3 ? zeros : 3));

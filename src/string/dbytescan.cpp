@@ -2,14 +2,13 @@
 // on: the first byte that differs from a given one, and whole-text digit
 // tests in the current locale. Lengths are bytes; positions are 1-based.
 #include "base/dcompiler_p.hpp"
-
-#include "dnlsutil.hpp"
+#include "string/dbytescan_p.hpp"
 
 #include <cstdint>
 #include <cstring>
 #include <ctype.h>
 
-unsigned int indexThatIsNot(char const* s, unsigned int len, char c) {
+unsigned int dinternal::firstByteNot(char const* s, unsigned int len, char c) {
   // Eight bytes at a time while they all equal c: long runs of zero bytes
   // or "0" digits are what the conversions skip.
   std::uint64_t const pattern =
@@ -50,10 +49,10 @@ static bool everyByteIs(char const* s, unsigned int len) {
   return true;
 }
 
-bool isAllDigits(char const* s, unsigned int len) {
+bool dinternal::allDigitBytes(char const* s, unsigned int len) {
   return everyByteIs<_ISdigit>(s, len);
 }
 
-bool isAllHexDigits(char const* s, unsigned int len) {
+bool dinternal::allHexDigitBytes(char const* s, unsigned int len) {
   return everyByteIs<_ISxdigit>(s, len);
 }
