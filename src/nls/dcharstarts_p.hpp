@@ -85,12 +85,6 @@ private:
   std::vector<unsigned int> checkpoints;
 };
 
-/// \p b with its count raised: the "unchanged" answer of an operation.
-inline DBuffer* sameBuffer(DBuffer* b) {
-  b->addRef();
-  return b;
-}
-
 /// The predicate's answer for a byte: signed char widened to int.
 inline int byteArgument(char c) {
   return static_cast<signed char>(c);

@@ -2,6 +2,7 @@
 // ever answer the first byte of a character, and the character walker
 // (CharStarts) that every multibyte search and edit steps with.
 #include "nls/dcharstarts_p.hpp"
+#include "string/dstring_p.hpp"
 
 #include "ddbcsb.hpp"
 #include "dnlsutil.hpp"
@@ -18,6 +19,7 @@
 
 using dinternal::byteArgument;
 using dinternal::CharStarts;
+using dinternal::wideStrategy;
 
 //===--- Character walk ---------------------------------------------------===//
 
@@ -217,10 +219,6 @@ unsigned int wideScan(DDBCSBuffer const& b, unsigned int k, int step,
       return findBytePos(b.contents(), b.length(),
                          static_cast<unsigned int>(i));
   return 0;
-}
-
-inline bool wideStrategy() {
-  return DString::fgI18NState == 1;
 }
 
 } // namespace
@@ -463,8 +461,8 @@ DBuffer* DDBCSBuffer::subString(unsigned int start) const {
 DBuffer* DDBCSBuffer::subString(unsigned int start, unsigned int count,
                                 char pad) const {
   if (wideStrategy()) {
-    if (0xFFFFFFFFu - count <= 24) // as allocate(): before the scratch area
-      overflow();
+    dinternal::checkAllocatable(count); // as allocate(): before the scratch
+
     std::unique_ptr<char[]> scratch(new char[std::max(count, 1u)]);
     getSubString(contents(), length(), start, pad, scratch.get(), count);
     return newBuffer(scratch.get(), count, nullptr, 0, nullptr, 0, pad);

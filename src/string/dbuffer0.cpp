@@ -6,6 +6,7 @@
 #include "base/dcompiler_p.hpp"
 #include "base/dthrow_p.hpp"
 #include "string/dbufcount_p.hpp"
+#include "string/dstring_p.hpp"
 
 #include "ddbcsb.hpp"
 #include "dexcept.hpp"
@@ -18,6 +19,7 @@
 #include <string>
 
 static char const thisFile[] = "dbuffer0";
+static constexpr unsigned long overflowMessage = 1010;
 static constexpr unsigned long overflowLine = 561;
 
 char DBuffer::refGuard = 0;
@@ -110,8 +112,7 @@ DBuffer* DBuffer::allocate(unsigned int length) const {
   // MB_CUR_MAX is read at every call (a locale switch after the first
   // string changes the class of later buffers); the multibyte branch.
   std::size_t const maxCharLength = MB_CUR_MAX;
-  if (0xFFFFFFFFu - length <= 24)
-    overflow();
+  dinternal::checkAllocatable(length);
   if (maxCharLength >= 2)
     return construct<DDBCSBuffer>(length);
   return construct<DBuffer>(length);
@@ -123,19 +124,17 @@ char const* DBuffer::className() const {
 }
 
 void DBuffer::overflow() {
-  dinternal::throwMessage<DInvalidRequest>(1010, DException::recoverable,
-                                           thisFile, overflowLine);
+  dinternal::throwMessage<DInvalidRequest>(
+      overflowMessage, DException::recoverable, thisFile, overflowLine);
 }
 
 DBuffer* DBuffer::newBuffer(void const* data1, unsigned int length1,
                             void const* data2, unsigned int length2,
                             void const* data3, unsigned int length3,
                             char pad) const {
-  // Both checks in 32-bit arithmetic: the total may be at most 4294967294.
-  if (!(length1 < 0xFFFFFFFFu - length2) ||
-      !(length1 + length2 < 0xFFFFFFFFu - length3))
-    overflow();
-  unsigned int const total = length1 + length2 + length3;
+  // The total may be at most 4294967294 (allocate() then asks for less).
+  unsigned int const total =
+      dinternal::checkedAdd(dinternal::checkedAdd(length1, length2), length3);
   if (total == 0) {
     DBuffer* empty = null();
     dinternal::BufferCount::raise(*empty);
