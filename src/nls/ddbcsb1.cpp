@@ -4,6 +4,7 @@
 #include "base/dnewhandler_p.hpp"
 #include "base/dthrow_p.hpp"
 #include "nls/ddbcsb_p.hpp"
+#include "string/dstring_p.hpp"
 
 #include "dstring.hpp"
 
@@ -114,9 +115,7 @@ DDBCSBuffer::DDBCSBuffer(unsigned int length) : DBuffer(length) {}
 DDBCSBuffer::~DDBCSBuffer() = default;
 
 DBuffer* DDBCSBuffer::allocate(unsigned int length) const {
-  // Header, text and terminator must fit in 32 bits.
-  if (length >= 0xFFFFFFE7u)
-    DBuffer::overflow();
+  dinternal::checkAllocatable(length); // the limit DBuffer::allocate keeps
   // One array for header, text and terminator, as DBuffer::allocate makes
   // it; the inherited operator delete gives it back with delete[].
   void* storage =
