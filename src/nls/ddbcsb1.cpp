@@ -116,11 +116,7 @@ DDBCSBuffer::~DDBCSBuffer() = default;
 
 DBuffer* DDBCSBuffer::allocate(unsigned int length) const {
   dinternal::checkAllocatable(length); // the limit DBuffer::allocate keeps
-  // One array for header, text and terminator, as DBuffer::allocate makes
-  // it; the inherited operator delete gives it back with delete[].
-  void* storage =
-      ::operator new[](sizeof(DDBCSBuffer) + std::size_t(length) + 1);
-  return new (storage) DDBCSBuffer(length);
+  return dinternal::constructBuffer<DDBCSBuffer>(length);
 }
 
 char const* DDBCSBuffer::className() const {

@@ -26,18 +26,6 @@ char DBuffer::refGuard = 0;
 DBuffer* DBuffer::nullBuffer = nullptr;
 DBuffer* DBuffer::nullDBuffer = nullptr;
 
-namespace {
-
-// One array holds header, text and terminator; the deleting destructor
-// gives it back with operator delete[].
-template <class Buffer>
-DBuffer* construct(unsigned int length) {
-  void* storage = ::operator new[](sizeof(Buffer) + std::size_t(length) + 1);
-  return new (storage) Buffer(length);
-}
-
-} // namespace
-
 //===--- Lifecycle --------------------------------------------------------===//
 
 DBuffer::DBuffer(unsigned int length) : refCount(1), byteLength(length) {
@@ -88,11 +76,11 @@ void DBuffer::removeRef() {
 DBuffer* DBuffer::initialize() {
   refGuard = 0;
   if (MB_CUR_MAX < 2)
-    return construct<DBuffer>(0);
+    return dinternal::constructBuffer<DBuffer>(0);
   // The multibyte branch: the default empty buffer is a DDBCSBuffer and a
   // single-byte empty buffer is kept for DBuffer::null().
-  nullDBuffer = construct<DBuffer>(0);
-  return construct<DDBCSBuffer>(0);
+  nullDBuffer = dinternal::constructBuffer<DBuffer>(0);
+  return dinternal::constructBuffer<DDBCSBuffer>(0);
 }
 
 DBuffer* DBuffer::defaultBuffer() {
@@ -114,8 +102,8 @@ DBuffer* DBuffer::allocate(unsigned int length) const {
   std::size_t const maxCharLength = MB_CUR_MAX;
   dinternal::checkAllocatable(length);
   if (maxCharLength >= 2)
-    return construct<DDBCSBuffer>(length);
-  return construct<DBuffer>(length);
+    return dinternal::constructBuffer<DDBCSBuffer>(length);
+  return dinternal::constructBuffer<DBuffer>(length);
 }
 
 char const* DBuffer::className() const {

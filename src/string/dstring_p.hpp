@@ -12,6 +12,7 @@
 #include "dstring.hpp"
 
 #include <cstddef>
+#include <new>
 
 namespace dinternal {
 
@@ -67,6 +68,15 @@ constexpr unsigned int maxLength = 0xFFFFFFFEu;
 /// Largest length DBuffer::allocate accepts (4294967271 and more raise):
 /// the buffer's header and terminator must fit behind the text.
 constexpr unsigned int maxBufferLength = 0xFFFFFFFFu - 25;
+
+/// A new \p Buffer of \p length bytes (count 1, NUL behind the text) in one
+/// array holding header, text and terminator; the deleting destructor gives
+/// it back with operator delete[]. The length is checked by the caller.
+template <class Buffer>
+DBuffer* constructBuffer(unsigned int length) {
+  void* storage = ::operator new[](sizeof(Buffer) + std::size_t(length) + 1);
+  return new (storage) Buffer(length);
+}
 
 /// Raises the 1010 overflow when no buffer of \p length bytes can be made.
 inline void checkAllocatable(unsigned long long length) {
