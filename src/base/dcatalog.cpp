@@ -101,11 +101,9 @@ bool isSoundCatalogue(int fd) {
       planeDepth > room / planeSize)
     return false;
   std::uint64_t const entries = planeSize * planeDepth;
-#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
-  std::uint64_t const table = headerBytes;
-#else
-  std::uint64_t const table = headerBytes + entries * entryBytes;
-#endif
+  std::uint64_t const table = dinternal::littleEndian
+                                  ? headerBytes
+                                  : headerBytes + entries * entryBytes;
   std::uint64_t const pool = headerBytes + 2 * entries * entryBytes;
   if (pool >= size)
     return false;

@@ -1,7 +1,8 @@
 // Compiler and C-library specifics of the library in one place: branch
 // hints, bit and byte-order builtins, the 128-bit integer, atomic access to
-// plain words, and glibc's character-class table. Sources use these names,
-// never the builtins, so a port touches this header only.
+// plain words, glibc's character-class table and its single-thread flag.
+// Sources use these names, never the builtins, so a port touches this
+// header only.
 #ifndef D_BASE_DCOMPILER_P_HPP
 #define D_BASE_DCOMPILER_P_HPP
 
@@ -19,6 +20,15 @@
 /// Keeps a cold function out of its callers, so they need no stack frame.
 #define D_NOINLINE [[gnu::noinline]]
 
+/// glibc's flag "the process never started a second thread" (glibc 2.32
+/// and later): D_HAVE_SINGLE_THREADED is defined where it exists.
+#if defined(__has_include)
+#if __has_include(<sys/single_threaded.h>)
+#include <sys/single_threaded.h>
+#define D_HAVE_SINGLE_THREADED 1
+#endif
+#endif
+
 namespace dinternal {
 
 /// Unsigned 128-bit integer (a GCC/Clang extension, hence __extension__
@@ -29,6 +39,9 @@ __extension__ typedef unsigned __int128 UInt128;
 inline unsigned int highestBit(std::uint64_t value) {
   return 63u - static_cast<unsigned int>(__builtin_clzll(value));
 }
+
+/// True where the lowest byte of a word lies first in memory.
+constexpr bool littleEndian = __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__;
 
 /// \p value with its bytes in the opposite order.
 inline std::uint32_t byteSwap(std::uint32_t value) {

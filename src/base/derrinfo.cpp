@@ -4,6 +4,7 @@
 #include "derrinfo.hpp"
 
 #include "base/dnewhandler_p.hpp"
+#include "base/dthrow_p.hpp"
 
 #include <cerrno>
 #include <cstring>
@@ -29,16 +30,14 @@ struct ThrowRequest {
 };
 } // namespace
 
-// The standard throw sequence with the helpers' order: construct, set the
-// group, add the location, log, throw a copy.
+// Builds the exception (constructed, then its group set) and hands it to
+// the library's one throw sequence.
 template <class Exception>
 [[noreturn]] static void throwAs(ThrowRequest const& request) {
   Exception exception(request.text, request.errorId, request.severity);
   if (request.setsGroup)
     exception.setErrorCodeGroup(request.group);
-  exception.addLocation(request.location);
-  exception.logExceptionData();
-  throw exception;
+  dinternal::raise(exception, request.location);
 }
 
 // Throws the class chosen by \p type; any other value returns normally.
@@ -82,11 +81,8 @@ static char* prefixed(char const* prefix, char const* body) {
     return dinternal::copyText(body);
   std::size_t const prefixLength = std::strlen(prefix);
   std::size_t const bodyLength = std::strlen(body);
-  char* text;
-  {
-    dinternal::NewHandlerSuspension const suspended;
-    text = new char[prefixLength + 1 + bodyLength + 1];
-  }
+  char* const text =
+      dinternal::newArray<char>(prefixLength + 1 + bodyLength + 1);
   std::memcpy(text, prefix, prefixLength);
   text[prefixLength] = ':';
   std::memcpy(text + prefixLength + 1, body, bodyLength + 1);

@@ -3,6 +3,7 @@
 #include "dexcept.hpp"
 
 #include "base/dnewhandler_p.hpp"
+#include "base/dthrow_p.hpp"
 
 #include "dexctrace.hpp"
 
@@ -68,11 +69,7 @@ void DExcText::appendText(char const* text) {
     return;
   std::size_t const oldLength = std::strlen(textCopy);
   std::size_t const addLength = std::strlen(text);
-  char* joined;
-  {
-    dinternal::NewHandlerSuspension const suspended;
-    joined = new char[oldLength + addLength + 1];
-  }
+  char* const joined = dinternal::newArray<char>(oldLength + addLength + 1);
   std::memcpy(joined, textCopy, oldLength);
   std::memcpy(joined + oldLength, text, addLength + 1);
   delete[] textCopy;
@@ -206,10 +203,8 @@ DException::TraceFn* DException::setTraceFunction(TraceFn& fn) {
 void DException::assertParameter(char const* text,
                                  DExceptionLocation location) {
   DAssertionFailure failure(text, 0, unrecoverable);
-  failure.addLocation(location);
   failure.setErrorCodeGroup(otherText);
-  failure.logExceptionData();
-  throw failure;
+  dinternal::raise(failure, location);
 }
 
 //===--- Subclasses -------------------------------------------------------===//

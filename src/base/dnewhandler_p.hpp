@@ -24,13 +24,38 @@ public:
   NewHandlerSuspension& operator=(NewHandlerSuspension const&) = delete;
 };
 
+/// new T[\p n] with the new-handler suspended; raises std::bad_alloc.
+template <class T>
+T* newArray(std::size_t n) {
+  NewHandlerSuspension const suspended;
+  return new T[n];
+}
+
+/// new (std::nothrow) T[\p n] with the new-handler suspended: null when the
+/// memory is not there. For arrays whose failure only decides an answer
+/// (a collation), which is no out-of-memory error.
+template <class T>
+T* tryNewArray(std::size_t n) noexcept {
+  NewHandlerSuspension const suspended;
+  return new (std::nothrow) T[n];
+}
+
 /// A new[] copy of the \p length bytes at \p text plus a NUL, allocated
 /// with the new-handler suspended; raises std::bad_alloc on failure.
 inline char* copyText(char const* text, std::size_t length) {
-  NewHandlerSuspension const suspended;
-  char* copy = new char[length + 1];
+  char* copy = newArray<char>(length + 1);
   std::memcpy(copy, text, length);
   copy[length] = '\0';
+  return copy;
+}
+
+/// As copyText, but null when the memory is not there (see tryNewArray).
+inline char* tryCopyText(char const* text, std::size_t length) noexcept {
+  char* copy = tryNewArray<char>(length + 1);
+  if (copy != nullptr) {
+    std::memcpy(copy, text, length);
+    copy[length] = '\0';
+  }
   return copy;
 }
 

@@ -1,6 +1,6 @@
 // Internal: the strftime step shared by DDate and DTime. Formats into a
 // work string of blanks that doubles until the text fits, and normalises
-// the struct tm without consulting the time zone.
+// the struct tm with mktime, in the local time zone.
 #ifndef D_DATETIME_DFORMAT_P_HPP
 #define D_DATETIME_DFORMAT_P_HPP
 
@@ -11,8 +11,8 @@
 namespace dinternal {
 
 /// Fills in the weekday and the day of the year of \p t and brings its
-/// fields into range, in UTC: no zone's daylight saving or skipped day can
-/// move the date or the hour.
+/// fields into range through mktime, in the local time zone: a time in a
+/// daylight-saving gap may move (callers who need zone-free output set TZ).
 void normalizeTm(std::tm& t);
 
 /// strftime of \p format and \p t into a work string of \p length (> 0)

@@ -5,6 +5,7 @@
 #include "base/dnewhandler_p.hpp"
 #include "base/dthrow_p.hpp"
 #include "nls/dmbchar_p.hpp"
+#include "string/dstring_p.hpp"
 
 #include "dstring.hpp"
 
@@ -33,14 +34,8 @@ DDBCSBuffer::DDBCSBuffer(unsigned int length) : DBuffer(length) {}
 DDBCSBuffer::~DDBCSBuffer() = default;
 
 DBuffer* DDBCSBuffer::allocate(unsigned int length) const {
-  // Header, text and terminator must fit in 32 bits.
-  if (length >= 0xFFFFFFE7u)
-    DBuffer::overflow();
-  // One array for header, text and terminator, as DBuffer::allocate makes
-  // it; the inherited operator delete gives it back with delete[].
-  void* storage =
-      ::operator new[](sizeof(DDBCSBuffer) + std::size_t(length) + 1);
-  return new (storage) DDBCSBuffer(length);
+  dinternal::checkAllocatable(length); // the limit DBuffer::allocate keeps
+  return dinternal::constructBuffer<DDBCSBuffer>(length);
 }
 
 char const* DDBCSBuffer::className() const {
@@ -241,7 +236,7 @@ namespace {
 
 // One side of the wide collation: NUL-terminated bytes, a wide array for
 // one segment at a time and the side's conversion state.
-struct CollationSide {
+struct WideCollationSide {
   char const* bytes;
   unsigned int size;
   unsigned int offset;
@@ -287,20 +282,16 @@ unsigned int DDBCSBuffer::compare(void const* other,
   // that nothing behind its otherLength bytes is read. Arrays that cannot
   // be had only decide the answer (before): no out-of-memory report, so
   // the new-handler is kept out of these allocations.
-  std::unique_ptr<char[]> otherCopy;
-  CollationSide mine{contents(), length(), 0, nullptr, dinternal::zeroState};
-  CollationSide theirs{nullptr, otherLength, 0, nullptr, dinternal::zeroState};
-  {
-    dinternal::NewHandlerSuspension const quiet;
-    otherCopy.reset(new (std::nothrow) char[otherLength + 1ul]);
-    mine.wide.reset(new (std::nothrow) wchar_t[length() + 1ul]);
-    theirs.wide.reset(new (std::nothrow) wchar_t[otherLength + 1ul]);
-  }
-  theirs.bytes = otherCopy.get();
+  std::unique_ptr<char[]> const otherCopy(
+      dinternal::tryCopyText(static_cast<char const*>(other), otherLength));
+  WideCollationSide mine{contents(), length(), 0, nullptr,
+                         dinternal::zeroState};
+  WideCollationSide theirs{otherCopy.get(), otherLength, 0, nullptr,
+                           dinternal::zeroState};
+  mine.wide.reset(dinternal::tryNewArray<wchar_t>(length() + 1ul));
+  theirs.wide.reset(dinternal::tryNewArray<wchar_t>(otherLength + 1ul));
   if (!otherCopy || !mine.wide || !theirs.wide)
     return 2;
-  std::memcpy(otherCopy.get(), other, otherLength);
-  otherCopy[otherLength] = '\0';
 
   int order = -1; // before any segment compared: "less"
   int error = 0;
@@ -341,13 +332,8 @@ unsigned int DDBCSBuffer::compare(void const* other,
     if (mine.consumed() || theirs.consumed())
       break;
   }
-  if (error != 0) {
-    char text[64];
-    std::snprintf(text, sizeof text, "wcscoll errno = %d\n", error);
-    dinternal::throwText<DInvalidRequest>(
-        text, static_cast<unsigned long>(error), DException::recoverable,
-        thisFile, collationErrorLine);
-  }
+  if (error != 0)
+    dinternal::throwErrno("wcscoll", error, thisFile, collationErrorLine);
   if (order < 0)
     return 2;
   if (order > 0)

@@ -1,4 +1,4 @@
-// Internal: small helpers shared by the multibyte buffer's searches and
+// Internal: a helper shared by the multibyte buffer's searches and
 // edits (ddbcsearch.cpp, ddbcsedit.cpp). What a character is lives in
 // nls/dmbchar_p.hpp.
 #ifndef D_NLS_DDBCSB_P_HPP
@@ -7,12 +7,6 @@
 #include "dbuffer.hpp"
 
 namespace dinternal {
-
-/// \p b with its count raised: the "unchanged" answer of an operation.
-inline DBuffer* sameBuffer(DBuffer* b) {
-  b->addRef();
-  return b;
-}
 
 /// The predicate's answer for a byte: signed char widened to int.
 inline int byteArgument(char c) {

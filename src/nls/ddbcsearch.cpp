@@ -3,6 +3,7 @@
 // (nls/dmbchar_p.hpp).
 #include "nls/ddbcsb_p.hpp"
 #include "nls/dmbchar_p.hpp"
+#include "string/dstring_p.hpp"
 
 #include "ddbcsb.hpp"
 #include "dnlsutil.hpp"
@@ -17,6 +18,7 @@
 
 using dinternal::byteArgument;
 using dinternal::CharStarts;
+using dinternal::wideStrategy;
 
 //===--- Shared scans -----------------------------------------------------===//
 
@@ -123,10 +125,6 @@ unsigned int wideScan(DDBCSBuffer const& b, unsigned int k, int step,
       return findBytePos(b.contents(), b.length(),
                          static_cast<unsigned int>(i));
   return 0;
-}
-
-inline bool wideStrategy() {
-  return DString::fgI18NState == 1;
 }
 
 } // namespace
@@ -369,8 +367,8 @@ DBuffer* DDBCSBuffer::subString(unsigned int start) const {
 DBuffer* DDBCSBuffer::subString(unsigned int start, unsigned int count,
                                 char pad) const {
   if (wideStrategy()) {
-    if (0xFFFFFFFFu - count <= 24) // as allocate(): before the scratch area
-      overflow();
+    dinternal::checkAllocatable(count); // as allocate(): before the scratch
+
     std::unique_ptr<char[]> scratch(new char[std::max(count, 1u)]);
     getSubString(contents(), length(), start, pad, scratch.get(), count);
     return newBuffer(scratch.get(), count, nullptr, 0, nullptr, 0, pad);

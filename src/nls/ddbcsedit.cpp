@@ -20,14 +20,12 @@
 #include <vector>
 
 using dinternal::CharStarts;
+using dinternal::Kept;
 using dinternal::mbStep;
 using dinternal::sameBuffer;
+using dinternal::wideStrategy;
 
 namespace {
-
-inline bool wideStrategy() {
-  return DString::fgI18NState == 1;
-}
 
 /// The characters of a text as the wide strategy counts them, each with its
 /// own source bytes. The wide edits assemble their results from these
@@ -154,13 +152,6 @@ DBuffer* shiftSingleByteLetters(DDBCSBuffer* b, char const* letters,
   }
   return target;
 }
-
-/// What strip() keeps: \p first is 0 when nothing is; \p last may be below
-/// \p first.
-struct Kept {
-  unsigned int first;
-  unsigned int last;
-};
 
 /// Flag 1 of both strip() forms, on wide characters.
 template <class Stripped>
@@ -452,28 +443,33 @@ DBuffer* DDBCSBuffer::reverse() {
   return result;
 }
 
-DBuffer* DDBCSBuffer::upperCase() {
+// Shared by upperCase() and lowerCase(): under flag 1 every wide character
+// goes through \p wideCase; under flag 0 the 26 single-byte \p letters
+// move by \p delta.
+template <class WideCase>
+static DBuffer* changeCase(DDBCSBuffer* b, WideCase wideCase,
+                           char const* letters, int delta) {
   if (wideStrategy()) {
-    if (length() == 0)
-      return sameBuffer(this);
+    if (b->length() == 0)
+      return sameBuffer(b);
     char scratch[MB_LEN_MAX];
-    return mapWide(*this, caseMap(scratch, [](wchar_t c) {
-      return static_cast<wchar_t>(std::towupper(static_cast<wint_t>(c)));
+    return mapWide(*b, caseMap(scratch, [&](wchar_t c) {
+      return static_cast<wchar_t>(wideCase(static_cast<wint_t>(c)));
     }));
   }
-  return shiftSingleByteLetters(this, "abcdefghijklmnopqrstuvwxyz", -32);
+  return shiftSingleByteLetters(b, letters, delta);
+}
+
+DBuffer* DDBCSBuffer::upperCase() {
+  return changeCase(
+      this, [](wint_t c) { return std::towupper(c); },
+      "abcdefghijklmnopqrstuvwxyz", -32);
 }
 
 DBuffer* DDBCSBuffer::lowerCase() {
-  if (wideStrategy()) {
-    if (length() == 0)
-      return sameBuffer(this);
-    char scratch[MB_LEN_MAX];
-    return mapWide(*this, caseMap(scratch, [](wchar_t c) {
-      return static_cast<wchar_t>(std::towlower(static_cast<wint_t>(c)));
-    }));
-  }
-  return shiftSingleByteLetters(this, "ABCDEFGHIJKLMNOPQRSTUVWXYZ", 32);
+  return changeCase(
+      this, [](wint_t c) { return std::towlower(c); },
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZ", 32);
 }
 
 DBuffer* DDBCSBuffer::strip(char const* set, unsigned int length,

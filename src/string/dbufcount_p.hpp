@@ -10,13 +10,6 @@
 
 #include "dbuffer.hpp"
 
-#if defined(__has_include)
-#if __has_include(<sys/single_threaded.h>)
-#include <sys/single_threaded.h>
-#define D_HAVE_SINGLE_THREADED 1
-#endif
-#endif
-
 namespace dinternal {
 
 /// True while the process has never started a second thread. glibc clears

@@ -2,6 +2,7 @@
 // the caller: the receiver (count raised, possibly edited in place when no
 // other handle shares it) or a new buffer made by one newBuffer() call.
 #include "string/dbufcount_p.hpp"
+#include "string/dstring_p.hpp"
 
 #include "dbuffer.hpp"
 #include "dstring.hpp"
@@ -13,20 +14,17 @@
 #include <typeinfo>
 #include <vector>
 
-namespace {
+using dinternal::Kept;
+using dinternal::sameBuffer;
 
-/// The receiver with its count raised: "nothing to do".
-inline DBuffer* same(DBuffer* b) {
-  dinternal::BufferCount::raise(*b);
-  return b;
-}
+namespace {
 
 /// The buffer a length-keeping edit writes to: the receiver itself (count
 /// raised for the caller) when \p inPlace, else a private copy made with
 /// newBuffer().
 DBuffer* editTarget(DBuffer* b, bool inPlace) {
   if (inPlace)
-    return same(b);
+    return sameBuffer(b);
   return b->newBuffer(b->contents(), b->length(), nullptr, 0, nullptr, 0, ' ');
 }
 
@@ -72,7 +70,7 @@ void shiftLetters(unsigned char* text, unsigned int from, unsigned int end,
 DBuffer* changeCase(DBuffer* b, char const* letters, unsigned char delta) {
   unsigned int pos = b->indexOfAnyOf(letters, 26, 1);
   if (pos == 0)
-    return same(b);
+    return sameBuffer(b);
   DBuffer* target = editTarget(b, unshared(*b));
   auto* out = reinterpret_cast<unsigned char*>(target->contents());
   if (plainBuffer(*b)) {
@@ -90,19 +88,12 @@ DBuffer* changeCase(DBuffer* b, char const* letters, unsigned char delta) {
 char const lowerLetters[] = "abcdefghijklmnopqrstuvwxyz";
 char const upperLetters[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
 
-/// Start and end (1-based, inclusive) of what strip() keeps; \p first is 0
-/// when every byte is strippable.
-struct Kept {
-  unsigned int first;
-  unsigned int last;
-};
-
 /// The strip() decision shared by the byte-set and predicate forms.
 DBuffer* stripTo(DBuffer* b, Kept kept) {
   if (kept.first == 1 && kept.last == b->length())
-    return same(b);
+    return sameBuffer(b);
   if (kept.first == 0)
-    return same(b->null());
+    return sameBuffer(b->null());
   unsigned int const n =
       kept.last >= kept.first ? kept.last - kept.first + 1 : 0;
   return b->newBuffer(b->contents() + (kept.first - 1), n, nullptr, 0, nullptr,
@@ -113,7 +104,7 @@ template <class ForwardBut, class BackwardBut>
 DBuffer* stripWith(DBuffer* b, DStringEnum::StripMode mode, ForwardBut forward,
                    BackwardBut backward) {
   if (b->length() == 0)
-    return same(b);
+    return sameBuffer(b);
   Kept kept{mode == DStringEnum::trailing ? 1u : forward(1u), b->length()};
   if (mode != DStringEnum::leading && kept.first != 0)
     kept.last = backward(b->length());
@@ -181,7 +172,7 @@ DBuffer* DBuffer::translate(char const* from, unsigned int fromLength,
                             char const* to, unsigned int toLength, char pad) {
   unsigned int pos = indexOfAnyOf(from, fromLength, 1);
   if (pos == 0)
-    return same(this);
+    return sameBuffer(this);
   // The byte map is built before anything is written, so from and to may
   // point into this very text. The first occurrence of a byte in from wins.
   unsigned char map[256];
@@ -223,7 +214,7 @@ DBuffer* DBuffer::strip(DStringTest const& test, DStringEnum::StripMode mode) {
 
 DBuffer* DBuffer::reverse() {
   if (length() < 2)
-    return same(this);
+    return sameBuffer(this);
   DBuffer* target = editTarget(this, unshared(*this));
   std::reverse(target->contents(), target->contents() + length());
   return target;
@@ -235,7 +226,7 @@ DBuffer* DBuffer::overlayWith(char const* data, unsigned int length,
                               unsigned int position, char pad) {
   unsigned int const n = this->length();
   if (length == 0 && position <= n)
-    return same(this);
+    return sameBuffer(this);
   unsigned int const p = position == 0 ? 1 : position;
   if (p - 1 <= n) {
     // 64-bit so that a huge data length cannot wrap the tail test.
@@ -253,7 +244,7 @@ DBuffer* DBuffer::insert(char const* data, unsigned int length,
                          unsigned int position, char pad) {
   unsigned int const n = this->length();
   if (length == 0 && position <= n)
-    return same(this);
+    return sameBuffer(this);
   if (position <= n)
     return newBuffer(contents(), position, data, length, contents() + position,
                      n - position, pad);
@@ -263,7 +254,7 @@ DBuffer* DBuffer::insert(char const* data, unsigned int length,
 DBuffer* DBuffer::remove(unsigned int start, unsigned int count) {
   unsigned int const n = length();
   if (start > n || n == 0)
-    return same(this);
+    return sameBuffer(this);
   unsigned int const s = start == 0 ? 1 : start;
   unsigned int const removed = std::min(count, n - s + 1);
   unsigned int const behind = s - 1 + removed;
@@ -276,7 +267,7 @@ DBuffer* DBuffer::remove(unsigned int start, unsigned int count) {
 DBuffer* DBuffer::leftJustify(unsigned int width, char pad) {
   unsigned int const n = length();
   if (width == n)
-    return same(this);
+    return sameBuffer(this);
   return newBuffer(contents(), std::min(n, width), nullptr,
                    width > n ? width - n : 0, nullptr, 0, pad);
 }
@@ -284,7 +275,7 @@ DBuffer* DBuffer::leftJustify(unsigned int width, char pad) {
 DBuffer* DBuffer::rightJustify(unsigned int width, char pad) {
   unsigned int const n = length();
   if (width == n)
-    return same(this);
+    return sameBuffer(this);
   unsigned int const kept = std::min(n, width);
   return newBuffer(nullptr, width > n ? width - n : 0, contents() + (n - kept),
                    kept, nullptr, 0, pad);
@@ -293,7 +284,7 @@ DBuffer* DBuffer::rightJustify(unsigned int width, char pad) {
 DBuffer* DBuffer::center(unsigned int width, char pad) {
   unsigned int const n = length();
   if (width == n)
-    return same(this);
+    return sameBuffer(this);
   if (width < n) // an odd surplus is cut from the right
     return newBuffer(contents() + (n - width) / 2, width, nullptr, 0, nullptr,
                      0, pad);
@@ -306,12 +297,10 @@ DBuffer* DBuffer::center(unsigned int width, char pad) {
 DBuffer* DBuffer::copy(unsigned int times) {
   unsigned int const n = length();
   if (n == 0 || times == 1)
-    return same(this);
+    return sameBuffer(this);
   if (times == 0)
-    return same(null());
-  if (times - 1 >= 0xFFFFFFFFu / n)
-    overflow();
-  unsigned int const total = n * times;
+    return sameBuffer(null());
+  unsigned int const total = dinternal::checkedMultiply(n, times);
   DBuffer* result =
       newBuffer(contents(), n, nullptr, total - n, nullptr, 0, ' ');
   // Doubling: the filled prefix is copied behind itself, so the number of
@@ -331,7 +320,7 @@ DBuffer* DBuffer::change(char const* pattern, unsigned int patternLength,
                          unsigned int replacementLength, unsigned int start,
                          unsigned int count) {
   if (count == 0)
-    return same(this);
+    return sameBuffer(this);
   // Collect up to count non-overlapping matches through the virtual search.
   OccurrenceList list;
   unsigned int matches = 0;
@@ -342,7 +331,7 @@ DBuffer* DBuffer::change(char const* pattern, unsigned int patternLength,
       break;
   }
   if (matches == 0)
-    return same(this);
+    return sameBuffer(this);
   unsigned int const n = length();
   list.append(n + 1); // end marker
   Occurrence const* const head = list.head();
@@ -364,19 +353,14 @@ DBuffer* DBuffer::change(char const* pattern, unsigned int patternLength,
     return target;
   }
 
-  // The length difference times the matches must stay representable; when
+  // The length difference times the matches must be a length; when
   // growing, the sum with the text length too.
   bool const growing = replacementLength > patternLength;
   unsigned int const diff = growing ? replacementLength - patternLength
                                     : patternLength - replacementLength;
-  unsigned long long const wide =
-      static_cast<unsigned long long>(diff) * matches;
-  if (wide >= 0xFFFFFFFFu)
-    overflow();
-  unsigned int const product = static_cast<unsigned int>(wide);
-  if (growing && n >= 0xFFFFFFFFu - product)
-    overflow();
-  unsigned int const newLength = growing ? n + product : n - product;
+  unsigned int const product = dinternal::checkedMultiply(diff, matches);
+  unsigned int const newLength =
+      growing ? dinternal::checkedAdd(n, product) : n - product;
 
   unsigned int const before = head->position - 1;
   DBuffer* result = newBuffer(contents(), before, nullptr, newLength - before,

@@ -7,6 +7,7 @@
 #include "base/dthrow_p.hpp"
 #include "string/dbufcount_p.hpp"
 #include "string/dbufkind_p.hpp"
+#include "string/dstring_p.hpp"
 
 #include "ddbcsb.hpp"
 #include "dexcept.hpp"
@@ -20,23 +21,12 @@
 #include <string>
 
 static char const thisFile[] = "dbuffer0";
+static constexpr unsigned long overflowMessage = 1010;
 static constexpr unsigned long overflowLine = 561;
 
 char DBuffer::refGuard = 0;
 DBuffer* DBuffer::nullBuffer = nullptr;
 DBuffer* DBuffer::nullDBuffer = nullptr;
-
-namespace {
-
-// One array holds header, text and terminator; the deleting destructor
-// gives it back with operator delete[].
-template <class Buffer>
-DBuffer* construct(unsigned int length) {
-  void* storage = ::operator new[](sizeof(Buffer) + std::size_t(length) + 1);
-  return new (storage) Buffer(length);
-}
-
-} // namespace
 
 //===--- Lifecycle --------------------------------------------------------===//
 
@@ -88,11 +78,11 @@ void DBuffer::removeRef() {
 DBuffer* DBuffer::initialize() {
   refGuard = 0;
   if (MB_CUR_MAX < 2)
-    return construct<DBuffer>(0);
+    return dinternal::constructBuffer<DBuffer>(0);
   // The multibyte branch: the default empty buffer is a DDBCSBuffer and a
   // single-byte empty buffer is kept for DBuffer::null().
-  nullDBuffer = construct<DBuffer>(0);
-  return construct<DDBCSBuffer>(0);
+  nullDBuffer = dinternal::constructBuffer<DBuffer>(0);
+  return dinternal::constructBuffer<DDBCSBuffer>(0);
 }
 
 DBuffer* DBuffer::defaultBuffer() {
@@ -118,11 +108,10 @@ DBuffer* DBuffer::allocate(unsigned int length) const {
   // MB_CUR_MAX is read at every call (a locale switch after the first
   // string changes the class of later buffers); the multibyte branch.
   std::size_t const maxCharLength = MB_CUR_MAX;
-  if (0xFFFFFFFFu - length <= 24)
-    overflow();
+  dinternal::checkAllocatable(length);
   if (maxCharLength >= 2)
-    return construct<DDBCSBuffer>(length);
-  return construct<DBuffer>(length);
+    return dinternal::constructBuffer<DDBCSBuffer>(length);
+  return dinternal::constructBuffer<DBuffer>(length);
 }
 
 char const* DBuffer::className() const {
@@ -131,19 +120,17 @@ char const* DBuffer::className() const {
 }
 
 void DBuffer::overflow() {
-  dinternal::throwMessage<DInvalidRequest>(1010, DException::recoverable,
-                                           thisFile, overflowLine);
+  dinternal::throwMessage<DInvalidRequest>(
+      overflowMessage, DException::recoverable, thisFile, overflowLine);
 }
 
 DBuffer* DBuffer::newBuffer(void const* data1, unsigned int length1,
                             void const* data2, unsigned int length2,
                             void const* data3, unsigned int length3,
                             char pad) const {
-  // Both checks in 32-bit arithmetic: the total may be at most 4294967294.
-  if (!(length1 < 0xFFFFFFFFu - length2) ||
-      !(length1 + length2 < 0xFFFFFFFFu - length3))
-    overflow();
-  unsigned int const total = length1 + length2 + length3;
+  // The total may be at most 4294967294 (allocate() then asks for less).
+  unsigned int const total =
+      dinternal::checkedAdd(dinternal::checkedAdd(length1, length2), length3);
   if (total == 0) {
     DBuffer* empty = null();
     dinternal::BufferCount::raise(*empty);

@@ -36,14 +36,8 @@ public:
   CollationSide(char const* text, unsigned int n, bool terminatedAtN)
       : bytes(text) {
     if (text[n - 1] != '\0' && !terminatedAtN) {
-      // A copy that cannot be made only decides the answer (before); it
-      // is no out-of-memory error, so the new-handler stays out of it.
-      dinternal::NewHandlerSuspension const quiet;
-      copy = new (std::nothrow) char[n + 1];
-      if (copy != nullptr) {
-        std::memcpy(copy, text, n);
-        copy[n] = '\0';
-      }
+      // A copy that cannot be made only decides the answer (before).
+      copy = dinternal::tryCopyText(text, n);
       bytes = copy;
     }
   }
@@ -125,13 +119,8 @@ D_NOINLINE static unsigned int collateChecked(char const* mine,
       error = errno;
     }
   }
-  if (error != 0) {
-    char text[48];
-    std::snprintf(text, sizeof text, "strcoll errno = %d\n", error);
-    dinternal::throwText<DInvalidRequest>(
-        text, static_cast<unsigned long>(error), DException::recoverable,
-        thisFile, collationErrorLine);
-  }
+  if (error != 0)
+    dinternal::throwErrno("strcoll", error, thisFile, collationErrorLine);
   return order;
 }
 

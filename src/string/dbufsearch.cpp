@@ -111,11 +111,7 @@ unsigned int lastIndexOfByWords(char const* text, unsigned int last,
     std::uint64_t both = ~(((x & low7) + low7) | x | low7);
     while (both != 0) {
       unsigned int const bit = dinternal::highestBit(both);
-#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
-      unsigned int const k = bit / 8;
-#else
-      unsigned int const k = 7 - bit / 8;
-#endif
+      unsigned int const k = dinternal::littleEndian ? bit / 8 : 7 - bit / 8;
       if (std::memcmp(t + base + k, p, length) == 0)
         return base + k + 1;
       both &= ~(std::uint64_t(1) << bit);
@@ -127,6 +123,15 @@ unsigned int lastIndexOfByWords(char const* text, unsigned int last,
       return end + 1;
   }
   return 0;
+}
+
+/// 1-based position of \p hit (a memchr-family answer) in the text at
+/// \p text; 0 for no hit.
+inline unsigned int positionOf(void const* hit, char const* text) {
+  return hit == nullptr
+             ? 0u
+             : static_cast<unsigned int>(static_cast<char const*>(hit) - text) +
+                   1;
 }
 
 inline unsigned char const* bytesOf(DBuffer const& b) {
@@ -168,11 +173,8 @@ unsigned int DBuffer::indexOf(char const* pattern, unsigned int length,
   // memmem finds the first occurrence, exactly what a memcmp at every
   // position from s on would find, in linear time.
   char const* from = contents() + (s - 1);
-  void const* hit = memmem(from, this->length() - (s - 1), pattern, length);
-  if (hit == nullptr)
-    return 0;
-  return static_cast<unsigned int>(static_cast<char const*>(hit) - contents()) +
-         1;
+  return positionOf(memmem(from, this->length() - (s - 1), pattern, length),
+                    contents());
 }
 
 unsigned int DBuffer::indexOf(DStringTest const& test,
@@ -187,11 +189,8 @@ unsigned int DBuffer::indexOfAnyOf(char const* set, unsigned int length,
     return 0;
   unsigned int const end = this->length();
   if (length == 1) {
-    void const* hit = std::memchr(contents() + (s - 1), set[0], end - (s - 1));
-    return hit == nullptr ? 0
-                          : static_cast<unsigned int>(
-                                static_cast<char const*>(hit) - contents()) +
-                                1;
+    return positionOf(std::memchr(contents() + (s - 1), set[0], end - (s - 1)),
+                      contents());
   }
   ByteSet const members(set, length);
   return scanForward(bytesOf(*this), s, end,
@@ -241,11 +240,7 @@ unsigned int DBuffer::lastIndexOf(char const* pattern, unsigned int length,
     return 0;
   char const* text = contents();
   if (length == 1) {
-    void const* hit = memrchr(text, pattern[0], s);
-    return hit == nullptr ? 0
-                          : static_cast<unsigned int>(
-                                static_cast<char const*>(hit) - text) +
-                                1;
+    return positionOf(memrchr(text, pattern[0], s), text);
   }
   if (s >= backwardWordsFrom)
     return lastIndexOfByWords(text, s, pattern, length);
@@ -257,11 +252,9 @@ unsigned int DBuffer::lastIndexOf(char const* pattern, unsigned int length,
   char const* const lastBytes = text + (length - 1); // of candidate 1
   unsigned int p = s;
   while (p != 0) {
-    void const* hit = memrchr(lastBytes, lastByte, p);
-    if (hit == nullptr)
+    p = positionOf(memrchr(lastBytes, lastByte, p), lastBytes);
+    if (p == 0)
       return 0;
-    p = static_cast<unsigned int>(static_cast<char const*>(hit) - lastBytes) +
-        1;
     unsigned int const stop = p > inlineRun ? p - inlineRun : 0;
     for (; p != stop; --p)
       if (lastBytes[p - 1] == lastByte &&
@@ -282,11 +275,7 @@ unsigned int DBuffer::lastIndexOfAnyOf(char const* set, unsigned int length,
   if (s == 0 || length == 0)
     return 0;
   if (length == 1) {
-    void const* hit = memrchr(contents(), set[0], s);
-    return hit == nullptr ? 0
-                          : static_cast<unsigned int>(
-                                static_cast<char const*>(hit) - contents()) +
-                                1;
+    return positionOf(memrchr(contents(), set[0], s), contents());
   }
   ByteSet const members(set, length);
   return scanBackward(bytesOf(*this), s,

@@ -31,30 +31,14 @@ DString& editDirect(DString& s, Operation operation) {
   return s;
 }
 
-/// The extra reference of the guarded way, given back on every exit.
-class ExtraReference {
-public:
-  explicit ExtraReference(DBuffer* b) : held(b) { held->addRef(); }
-  ~ExtraReference() { held->removeRef(); }
-  ExtraReference(ExtraReference const&) = delete;
-  ExtraReference& operator=(ExtraReference const&) = delete;
-
-private:
-  DBuffer* held;
-};
-
 /// Guarded way: an extra reference is held while the operation runs.
 template <class Operation>
 DString& editGuarded(DString& s, Operation operation) {
   DBuffer* const b = s.buffer();
-  ExtraReference const extra(b);
+  dinternal::BufferReference const extra(b);
   DBuffer* const result = operation(b);
   StringAccess::adopt(s, result); // releases the handle's old reference
   return s;
-}
-
-inline unsigned int lengthToNul(char const* text) {
-  return text ? static_cast<unsigned int>(std::strlen(text)) : 0u;
 }
 
 } // namespace
@@ -182,8 +166,8 @@ DString DString::change(DString const& source, char const* pattern,
                         char const* replacement, unsigned int start,
                         unsigned int count) {
   DString result(source);
-  result.change(pattern, lengthToNul(pattern), replacement,
-                lengthToNul(replacement), start, count);
+  result.change(pattern, textLength(pattern), replacement,
+                textLength(replacement), start, count);
   return result;
 }
 

@@ -12,15 +12,16 @@
 // Everything here works on bytes, whatever the buffer class or fgI18NState.
 
 static char const thisFile[] = "dstring5";
-// Lines reported by the index range errors (message 1011).
+// The index range error and the lines that report it.
+static constexpr unsigned long indexRangeMessage = 1011;
 static constexpr unsigned long lineConstUnsignedPastEnd = 130;
 static constexpr unsigned long lineConstIntNegative = 174;
 static constexpr unsigned long lineConstIntPastEnd = 184;
 static constexpr unsigned long lineIntNegative = 197;
 
 [[noreturn]] static void indexOutOfRange(unsigned long line) {
-  dinternal::throwMessage<DInvalidRequest>(1011, DException::recoverable,
-                                           thisFile, line);
+  dinternal::throwMessage<DInvalidRequest>(
+      indexRangeMessage, DException::recoverable, thisFile, line);
 }
 
 // Zero-based offset of a 1-based index; index 0 names the first byte too.
@@ -37,8 +38,8 @@ static unsigned int offsetOf(unsigned int index) {
 static DString& append(DString& s, char const* text, unsigned int length) {
   if (length == 0)
     return s;
-  DString const kept(s);
-  DBuffer* old = kept.buffer();
+  DBuffer* old = s.buffer();
+  dinternal::BufferReference const kept(old);
   s.initBuffer(old->contents(), old->length(), text, length, nullptr, 0, ' ');
   old->removeRef(); // the reference the receiver held; kept drops its own
   return s;

@@ -5,19 +5,16 @@
 #ifndef D_STRING_DSTRRADIX_P_HPP
 #define D_STRING_DSTRRADIX_P_HPP
 
+#include "string/dstring_p.hpp"
+
 #include "dbuffer.hpp"
 
 namespace dinternal {
 
-/// Largest length DBuffer::allocate accepts (4294967271 and more raise).
-constexpr unsigned long long maxBufferLength = 0xFFFFFFFFull - 25;
-
 /// Length of c2x of \p n bytes; raises 1010 where the buffer factory's
-/// test of the two halves (n < 0xFFFFFFFF - n) fails.
+/// sum of the two halves would.
 inline unsigned int c2xLength(unsigned int n) {
-  if (n >= 0xFFFFFFFFu - n)
-    DBuffer::overflow();
-  return 2 * n;
+  return checkedMultiply(n, 2);
 }
 
 /// Length of c2b of \p n bytes; raises 1010 above 0x1FFFFFFE bytes.
@@ -34,8 +31,7 @@ inline unsigned int c2dWidth(unsigned int n, unsigned int headDigits) {
   if (n - 4 >= 0x55555555u)
     DBuffer::overflow();
   unsigned long long const width = headDigits + 3ull * (n - 4);
-  if (width > maxBufferLength)
-    DBuffer::overflow();
+  checkAllocatable(width);
   return static_cast<unsigned int>(width);
 }
 

@@ -2,6 +2,8 @@
 // descriptions, comparison, conversions and the KOVRA_I18N switch.
 #include "dstring.hpp"
 
+#include "string/dstring_p.hpp"
+
 #include "dtest_child.hpp"
 #include "dtest_support.hpp"
 
@@ -171,6 +173,58 @@ TEST(DBufferOverflow, NewBufferChecksBeforeAllocating) {
       DInvalidRequest, 1010, true, "dbuffer0", 561);
   EXPECT_DEXCEPTION(base->allocate(4294967271u), DInvalidRequest, 1010, true,
                     "dbuffer0", 561);
+}
+
+// The length arithmetic every length-changing operation goes through, at
+// its exact bounds: a length is at most 0xFFFFFFFE, a buffer at most
+// 4294967270 bytes. Nothing here allocates.
+TEST(DBufferOverflow, CheckedLengthArithmetic) {
+  struct Case {
+    unsigned int a, b;
+    bool sumFits, productFits;
+  };
+  constexpr Case cases[] = {
+      {0, 0, true, true},
+      {0xFFFFFFFEu, 0, true, true},
+      {0, 0xFFFFFFFEu, true, true},
+      {0xFFFFFFFFu, 0, false, true},
+      {0, 0xFFFFFFFFu, false, true},
+      {0xFFFFFFFDu, 1, true, true},
+      {1, 0xFFFFFFFEu, false, true},
+      {0x7FFFFFFFu, 0x7FFFFFFFu, true, false},
+      {0x80000000u, 0x7FFFFFFFu, false, false},
+      {0x80000000u, 0x7FFFFFFEu, true, false},
+      {0xFFFFFFFFu, 1, false, false},
+      {0xFFFFFFFFu, 0xFFFFFFFFu, false, false},
+      {0x7FFFFFFFu, 2, true, true},  // 0xFFFFFFFE
+      {0x80000000u, 2, true, false}, // 2^32
+      {0x55555555u, 3, true, false}, // 0xFFFFFFFF: no length
+      {0x10000u, 0xFFFFu, true, true},
+      {0x10000u, 0x10000u, true, false}};
+  dtest::RecordingTrace trace;
+  for (auto const& c : cases) {
+    SCOPED_TRACE(testing::Message() << c.a << " " << c.b);
+    if (c.sumFits)
+      EXPECT_EQ(c.a + c.b, dinternal::checkedAdd(c.a, c.b));
+    else
+      EXPECT_DEXCEPTION(dinternal::checkedAdd(c.a, c.b), DInvalidRequest, 1010,
+                        true, "dbuffer0", 561);
+    if (c.productFits)
+      EXPECT_EQ(c.a * c.b, dinternal::checkedMultiply(c.a, c.b));
+    else
+      EXPECT_DEXCEPTION(dinternal::checkedMultiply(c.a, c.b), DInvalidRequest,
+                        1010, true, "dbuffer0", 561);
+  }
+  EXPECT_EQ(0xFFFFFFFEu, dinternal::checkedLength(0xFFFFFFFEu));
+  EXPECT_DEXCEPTION(dinternal::checkedLength(0xFFFFFFFFu), DInvalidRequest,
+                    1010, true, "dbuffer0", 561);
+  EXPECT_DEXCEPTION(dinternal::checkedLength(std::size_t{1} << 32),
+                    DInvalidRequest, 1010, true, "dbuffer0", 561);
+  dinternal::checkAllocatable(4294967270u);
+  EXPECT_DEXCEPTION(dinternal::checkAllocatable(4294967271u), DInvalidRequest,
+                    1010, true, "dbuffer0", 561);
+  EXPECT_DEXCEPTION(dinternal::checkAllocatable(1ull << 40), DInvalidRequest,
+                    1010, true, "dbuffer0", 561);
 }
 
 TEST(DBufferOverflow, ReportLinesAndReceiverUnchanged) {
