@@ -174,8 +174,8 @@ inline std::vector<Word> words(std::string const& t) {
 inline u32 findPhrase(std::string const& t, std::string const& phrase,
                       u32 start) {
   std::vector<Word> const w = words(t), pw = words(phrase);
-  if (pw.empty())
-    return 0;
+  if (pw.empty()) // a phrase without words is found where the search starts
+    return start <= w.size() + 1 ? start : 0;
   for (std::size_t k = start == 0 ? 1 : start; k + pw.size() - 1 <= w.size();
        ++k) {
     bool same = true;
@@ -289,10 +289,11 @@ inline std::string d2c(std::string const& t) {
 inline std::string c2d(std::string const& t) {
   if (t.empty())
     return t;
-  std::vector<unsigned> number(t.begin(), t.end());
-  bool allZero = true;
-  for (unsigned& v : number)
-    allZero = allZero && (v &= 0xFF) == 0;
+  std::vector<unsigned> number;
+  for (unsigned char b : t)
+    number.push_back(b);
+  bool allZero = std::all_of(number.begin(), number.end(),
+                             [](unsigned v) { return v == 0; });
   if (allZero)
     // Four bytes or fewer give "0"; from five on the zero padding stays.
     return std::string(t.size() < 5 ? 1 : 3 * t.size() - 11, '0');
