@@ -11,7 +11,6 @@
 #include <functional>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 using dtest::bytes;
@@ -125,27 +124,6 @@ TEST(DStringShare, PrepareToChangeCopiesOnlyShared) {
   EXPECT_EQ(1u, a.buffer()->useCount());
   EXPECT_EQ("abc", bytes(b));
   EXPECT_EQ('\0', static_cast<char const*>(b)[3]);
-}
-
-TEST(DStringShare, ThreadsCopyingOneBufferKeepExactCounts) {
-  DString const source("a buffer shared by every thread");
-  DBuffer* shared = source.buffer();
-  constexpr int threads = 4;
-  constexpr int rounds = 250000;
-  std::vector<std::thread> workers;
-  for (int t = 0; t < threads; ++t)
-    workers.emplace_back([&source] {
-      DString keep;
-      for (int i = 0; i < rounds; ++i) {
-        DString copy(source);
-        keep = copy;
-        DString other(keep);
-      }
-    });
-  for (auto& w : workers)
-    w.join();
-  EXPECT_EQ(1u, shared->useCount());
-  EXPECT_EQ(0, DBuffer::refGuard);
 }
 
 //===--- Length overflow --------------------------------------------------===//

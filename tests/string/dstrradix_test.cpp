@@ -142,14 +142,6 @@ TEST(DStringRadix, InvalidInputGivesTheNullText) {
   }
 }
 
-TEST(DStringRadix, ResultsReturnTheReceiver) {
-  DString s("4142");
-  EXPECT_EQ(&s, &s.x2c());
-  EXPECT_EQ("AB", bytes(s));
-  EXPECT_EQ(&s, &s.c2x().x2c().c2b().b2c().c2d().d2c());
-  EXPECT_EQ("AB", bytes(s));
-}
-
 // A buffer class of a user of the library: with the flag off x2c must ask
 // its own isHexDigits, and its destructor runs when the last handle goes.
 namespace {
