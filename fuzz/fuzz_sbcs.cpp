@@ -21,7 +21,7 @@ using dtest::make;
 std::string context; // the inputs of the current operation, for reports
 
 void expectText(char const* what, DString const& got, std::string const& want) {
-  if (bytes(got) != want)
+  if (bytes(got) != want || static_cast<char const*>(got)[got.length()] != 0)
     dfuzz::fail(what, context + " gave " + dfuzz::show(bytes(got)) +
                           ", model " + dfuzz::show(want));
 }
