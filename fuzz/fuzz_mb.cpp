@@ -10,7 +10,9 @@
 // unreadable page, so no walk may read past a stated length.
 #include "fuzz_input.hpp"
 
+#include "ddbcsb.hpp"
 #include "dexcept.hpp"
+#include "dnlsutil.hpp"
 #include "dstring.hpp"
 
 #include <cctype>
@@ -22,6 +24,7 @@
 #include <cstring>
 #include <cwchar>
 #include <cwctype>
+#include <functional>
 #include <sstream>
 #include <string>
 #include <sys/mman.h>
@@ -326,11 +329,62 @@ char const* guardedCopy(int slot, std::string const& bytes) {
   return start;
 }
 
+// The buffer's character walk and the position mappings against the model:
+// bytes that start no character are characters of one byte.
+void checkCharacters(DString const& s, Model const& m) {
+  auto const& buf = *static_cast<DDBCSBuffer const*>(s.buffer());
+  char const* const text = s;
+  std::mbstate_t state{};
+  for (std::size_t k = 0; k < m.count(); ++k) {
+    u32 const at = u32(m.starts[k]), size = u32(m.chars[k].bytes.size());
+    for (u32 j = 0; j < size; ++j)
+      if (buf.charType(at + j + 1) != (size == 1 ? 0 : int(j + 1)))
+        fail("charType", show(m.t) + " at " + std::to_string(at + j + 1));
+    if (buf.next(text + at) != text + at + size ||
+        buf.prevCharLength(at + size + 1) != size ||
+        buf.charLength(at + 1, &state) != size)
+      fail("character walk", show(m.t) + " at " + std::to_string(at + 1));
+  }
+  u32 const n = u32(m.t.size()), count = u32(m.count());
+  if (!m.valid || n > 300)
+    return;
+  std::vector<char> out(2 * n + 16);
+  for (u32 c = 0; c <= count + 1; ++c) {
+    u32 const want = n < 2 ? c == 1 : c && c <= count ? m.starts[c - 1] + 1 : 0;
+    if (findBytePos(text, n, c) != want)
+      fail("findBytePos", show(m.t) + " character " + std::to_string(c));
+  }
+  for (u32 pos = 0; pos <= n + 1; ++pos) {
+    u32 want[4] = {0, 0, 0, 0};
+    if (pos >= 1 && pos <= n) {
+      u32 const k = u32(m.holding(pos)), start = u32(m.starts[k]) + 1;
+      u32 const next = k + 1 < count ? u32(m.starts[k + 1]) + 1 : 0;
+      want[0] = k + 1;
+      want[1] = start == pos ? k + 1 : next ? k + 2 : 0;
+      want[2] = start;
+      want[3] = next;
+    }
+    if (findCharNum(text, n, pos) != want[0] ||
+        findNextCharNum(text, n, pos) != want[1] ||
+        findCurPos(text, n, pos) != want[2] ||
+        findNextPos(text, n, pos) != want[3] ||
+        getRemainString(text, n, pos, '*', out.data()) !=
+            m.rest(pos, '*').size() ||
+        std::string(out.data(), m.rest(pos, '*').size()) != m.rest(pos, '*') ||
+        std::string(getSubString(text, n, pos, '*', out.data(), 9), 9) !=
+            m.sub(pos, 9, '*'))
+      fail("position mapping", show(m.t) + " at " + std::to_string(pos));
+  }
+}
+
 void runOne(dfuzz::Input& in) {
   DString::fgI18NState = in.byte() & 1;
   bool const raw = (in.byte() & 7) == 0;
-  std::string const t = mbText(in, 16, raw), p = mbText(in, 3, raw),
-                    q = mbText(in, 3, raw);
+  std::string t = mbText(in, 16, raw);
+  std::string const p = mbText(in, 3, raw), q = mbText(in, 3, raw);
+  if (in.byte() % 16 == 1) // long enough for the walk's checkpoints
+    for (std::string const piece = t; !piece.empty() && t.size() < 1500;)
+      t += piece;
   Model const m(t);
   bool const valid = m.valid && Model(p).valid && Model(q).valid;
   DString s(t.data(), static_cast<u32>(t.size()));
@@ -342,142 +396,96 @@ void runOne(dfuzz::Input& in) {
   std::string const what = " on " + show(t) + " arg " + show(p) + " " +
                            show(q) + " a " + std::to_string(a) + " b " +
                            std::to_string(b);
-  auto const pos = [&](char const* name, u32 got) {
-    if (valid && !m.isStart(got))
-      fail(name, what + " gave " + std::to_string(got));
-  };
-  // The search starts agree with charType() on any bytes.
+  if (n <= 300)
+    checkCharacters(s, m);
+  // The search starts are the character starts at or after, at or before.
   DBuffer const* const buf = s.buffer();
   u32 after = 0, before = 0;
-  for (u32 i = 1; i <= n; ++i)
-    if (buf->charType(i) < 2) {
-      after = after == 0 && i >= b ? i : after;
-      before = i <= b ? i : before;
+  for (std::size_t start : m.starts)
+    if (start < n) {
+      after = after == 0 && start + 1 >= b ? u32(start + 1) : after;
+      before = start + 1 <= b ? u32(start + 1) : before;
     }
   if (b > 0 && (buf->startSearch(b, 1) != after ||
                 buf->startBackwardsSearch(b, 1) != before))
     fail("startSearch", what);
-  u32 const pl = static_cast<u32>(p.size());
+  u32 const pl = static_cast<u32>(p.size()), ql = static_cast<u32>(q.size());
   char const* const pd = guardedCopy(0, p);
   char const* const qd = guardedCopy(1, q);
+  u32 const start = a == 0xFFFFFFFFu ? 1 : a;
   u32 const op = in.upTo(28);
   DString r(s);
+  u32 found = 0; // a search's answer
+  std::function<void()> const ops[] = {
+      [&] { found = s.indexOf(pd, pl, a); },
+      [&] { found = s.lastIndexOf(pd, pl, a); },
+      [&] { found = s.indexOfAnyOf(pd, pl, a); },
+      [&] { found = s.indexOfAnyBut(pd, pl, a); },
+      [&] { found = s.lastIndexOfAnyOf(pd, pl, a); },
+      [&] { found = s.lastIndexOfAnyBut(pd, pl, a); },
+      [&] { (void)s.occurrencesOf(pd, pl, a); },
+      [&] { r = s.subString(start, b, pad); },
+      [&] { r = s.subString(start); },
+      [&] { r.upperCase(); },
+      [&] { r.lowerCase(); },
+      [&] { r.translate(pd, pl, qd, ql, pad); },
+      [&] { r.strip(pd, pl, static_cast<DStringEnum::StripMode>(b % 3)); },
+      [&] { r.reverse(); },
+      [&] { r.overlayWith(pd, pl, b, pad); },
+      [&] { r.insert(pd, pl, b, pad); },
+      [&] { r.remove(start, b); },
+      [&] { r.leftJustify(b, pad); },
+      [&] { r.rightJustify(b, pad); },
+      [&] { r.center(b, pad); },
+      [&] { r.change(pd, pl, qd, ql, b, 0xFFFFFFFFu); },
+      [&] {
+        if (valid)
+          checkWords(s, t, b % 4 + 1, a % 3 + 1);
+      },
+      [&] { r.space(b % 3, pad); },
+      [&] { r.removeWords(b % 3 + 1, 1); },
+      [&] {
+        DString const other(pd, pl);
+        (void)(s == other);
+        (void)(s < other);
+        (void)s.isLike(pd, pl, '*', '?');
+        (void)s.isAbbrevFor(pd, pl, 0);
+        (void)s.isAlphabetic();
+        (void)s.isValidMBCS();
+        (void)s.includesMBCS();
+        // The byte strategy compares bytes.
+        int const order = t.compare(p);
+        if (DString::fgI18NState == 0 &&
+            buf->compare(pd, pl) != (order < 0   ? 2u
+                                     : order > 0 ? 1u
+                                                 : 0u))
+          fail("compare", what);
+      },
+      [&] { r = s + DString(pd, pl); },
+      [&] { // a word into a target that holds q (reused when not empty)
+        std::string const input = p + " " + q;
+        std::istringstream stream(input);
+        r = DString(q.data(), ql);
+        stream >> r;
+        std::size_t const i = input.find_first_not_of("\t\n\v\f\r ");
+        std::string const word =
+            i == std::string::npos
+                ? ""
+                : input.substr(i, input.find_first_of("\t\n\v\f\r ", i) - i);
+        if (bytesOf(r) != word)
+          fail("operator>>", what + " gave " + show(bytesOf(r)));
+      },
+      [&] { // a line: everything up to the first newline
+        std::string const input = p + q + "\n" + t;
+        std::istringstream stream(input);
+        r = DString::lineFrom(stream);
+        if (bytesOf(r) != input.substr(0, input.find('\n')))
+          fail("lineFrom", what + " gave " + show(bytesOf(r)));
+      },
+      [&] { r.strip(); }, // white space: iswspace on wide characters
+  };
   try {
-    switch (op) {
-    case 0:
-      pos("indexOf", s.indexOf(pd, pl, a));
-      break;
-    case 1:
-      pos("lastIndexOf", s.lastIndexOf(pd, pl, a));
-      break;
-    case 2:
-      pos("indexOfAnyOf", s.indexOfAnyOf(pd, pl, a));
-      break;
-    case 3:
-      pos("indexOfAnyBut", s.indexOfAnyBut(pd, pl, a));
-      break;
-    case 4:
-      pos("lastIndexOfAnyOf", s.lastIndexOfAnyOf(pd, pl, a));
-      break;
-    case 5:
-      pos("lastIndexOfAnyBut", s.lastIndexOfAnyBut(pd, pl, a));
-      break;
-    case 6:
-      (void)s.occurrencesOf(pd, pl, a);
-      break;
-    case 7:
-      r = s.subString(a == 0xFFFFFFFFu ? 1 : a, b, pad);
-      break;
-    case 8:
-      r = s.subString(a == 0xFFFFFFFFu ? 1 : a);
-      break;
-    case 9:
-      r.upperCase();
-      break;
-    case 10:
-      r.lowerCase();
-      break;
-    case 11:
-      r.translate(pd, pl, qd, static_cast<u32>(q.size()), pad);
-      break;
-    case 12:
-      r.strip(pd, pl, static_cast<DStringEnum::StripMode>(b % 3));
-      break;
-    case 13:
-      r.reverse();
-      break;
-    case 14:
-      r.overlayWith(pd, pl, b, pad);
-      break;
-    case 15:
-      r.insert(pd, pl, b, pad);
-      break;
-    case 16:
-      r.remove(a == 0xFFFFFFFFu ? 1 : a, b);
-      break;
-    case 17:
-      r.leftJustify(b, pad);
-      break;
-    case 18:
-      r.rightJustify(b, pad);
-      break;
-    case 19:
-      r.center(b, pad);
-      break;
-    case 20:
-      r.change(pd, pl, qd, static_cast<u32>(q.size()), b, 0xFFFFFFFFu);
-      break;
-    case 21:
-      if (valid)
-        checkWords(s, t, b % 4 + 1, a % 3 + 1);
-      break;
-    case 22:
-      r.space(b % 3, pad);
-      break;
-    case 23:
-      r.removeWords(b % 3 + 1, 1);
-      break;
-    case 24: {
-      DString const other(pd, pl);
-      (void)(s == other);
-      (void)(s < other);
-      (void)s.isLike(pd, pl, '*', '?');
-      (void)s.isAbbrevFor(pd, pl, 0);
-      (void)s.buffer()->compare(pd, pl);
-      (void)s.isAlphabetic();
-      (void)s.isValidMBCS();
-      (void)s.includesMBCS();
-      break;
-    }
-    case 26: { // a word into a target that holds q (reused when not empty)
-      std::string const input = p + " " + q;
-      std::istringstream stream(input);
-      r = DString(q.data(), static_cast<u32>(q.size()));
-      stream >> r;
-      std::size_t const i = input.find_first_not_of("\t\n\v\f\r ");
-      std::string const word =
-          i == std::string::npos
-              ? ""
-              : input.substr(i, input.find_first_of("\t\n\v\f\r ", i) - i);
-      if (bytesOf(r) != word)
-        fail("operator>>", what + " gave " + show(bytesOf(r)));
-      break;
-    }
-    case 27: { // a line: everything up to the first newline
-      std::string const input = p + q + "\n" + t;
-      std::istringstream stream(input);
-      r = DString::lineFrom(stream);
-      if (bytesOf(r) != input.substr(0, input.find('\n')))
-        fail("lineFrom", what + " gave " + show(bytesOf(r)));
-      break;
-    }
-    case 28:
-      r.strip(); // white space: iswspace on wide characters (see the model)
-      break;
-    default:
-      r = s + DString(p.data(), pl);
-      break;
-    }
+    ops[op]();
   } catch (DException const& e) {
     // Invalid text may raise message 1012 (an invalid or incomplete
     // character); valid text must never raise anything here.
@@ -487,6 +495,9 @@ void runOne(dfuzz::Input& in) {
                             std::to_string(op) + what);
     return;
   }
+  if (valid && !m.isStart(found))
+    fail("search",
+         std::to_string(op) + what + " gave " + std::to_string(found));
   std::string want;
   std::string const got = bytesOf(r);
   if (valid && DString::fgI18NState == 1 &&
