@@ -3,7 +3,6 @@
 #include "ddbcsb.hpp"
 #include "dmbtest.hpp"
 
-#include <functional>
 #include <malloc.h>
 
 using dtest::bytes;
@@ -94,72 +93,27 @@ TEST(MbSearch, PatternsAndSetsMatchOnlyAtCharacterStarts) {
 // answer must be the one given when the rest of the character follows it.
 TEST(MbSearch, ArgumentsAreReadOnlyWithinTheirLength) {
   DTEST_MB(c);
-  using Run = std::function<unsigned int(DString&, char const*, unsigned)>;
-  std::vector<std::pair<
-      char const*,
-      Run>> const members = {{"indexOf",
-                              [](DString& s, char const* p, unsigned n) {
-                                return s.indexOf(p, n, 1);
-                              }},
-                             {"lastIndexOf",
-                              [](DString& s, char const* p, unsigned n) {
-                                return s.lastIndexOf(p, n, 99);
-                              }},
-                             {"indexOfAnyOf",
-                              [](DString& s, char const* p, unsigned n) {
-                                return s.indexOfAnyOf(p, n, 1);
-                              }},
-                             {"indexOfAnyBut",
-                              [](DString& s, char const* p, unsigned n) {
-                                return s.indexOfAnyBut(p, n, 1) * 100 +
-                                       s.indexOfAnyBut(p, n, 3);
-                              }},
-                             {"lastIndexOfAnyOf",
-                              [](DString& s, char const* p, unsigned n) {
-                                return s.lastIndexOfAnyOf(p, n, 99);
-                              }},
-                             {"lastIndexOfAnyBut",
-                              [](DString& s, char const* p, unsigned n) {
-                                return s.lastIndexOfAnyBut(p, n, 99);
-                              }},
-                             {"occurrencesOf",
-                              [](DString& s, char const* p, unsigned n) {
-                                return s.occurrencesOf(p, n, 1);
-                              }},
-                             {"change",
-                              [](DString& s, char const* p, unsigned n) {
-                                return s.change(p, n, "x", 1).length();
-                              }},
-                             {"change to",
-                              [](DString& s, char const* p, unsigned n) {
-                                return s.change("b", 1, p, n).length();
-                              }},
-                             {"insert",
-                              [](DString& s, char const* p, unsigned n) {
-                                return s.insert(p, n, 2).length();
-                              }},
-                             {"overlayWith",
-                              [](DString& s, char const* p, unsigned n) {
-                                return s.overlayWith(p, n, 2).length();
-                              }},
-                             {"strip",
-                              [](DString& s, char const* p, unsigned n) {
-                                return s.strip(p, n).length();
-                              }},
-                             {"translate",
-                              [](DString& s, char const* p, unsigned n) {
-                                return s.translate(p, n, "xyz", 3).length();
-                              }},
-                             {"translate to",
-                              [](DString& s, char const* p, unsigned n) {
-                                return s.translate("ab", 2, p, n).length();
-                              }},
-                             {"compare",
-                              [](DString& s, char const* p, unsigned n) {
-                                return s.buffer()->compare(p, n) * 100 +
-                                       s.isLike(p, n, '*', '?') * 10 +
-                                       s.isAbbrevFor(p, n, 0);
-                              }}};
+  // Each member's answer for argument (p, n), with the edited text.
+#define MEMBER(expr)                                                           \
+  [](DString& s, char const* p, unsigned n) -> unsigned { return expr; }
+  std::vector<unsigned (*)(DString&, char const*, unsigned)> const members = {
+      MEMBER(s.indexOf(p, n, 1)),
+      MEMBER(s.lastIndexOf(p, n, ~0u)),
+      MEMBER(s.indexOfAnyOf(p, n, 1)),
+      MEMBER(s.indexOfAnyBut(p, n, 1) * 100 + s.indexOfAnyBut(p, n, 3)),
+      MEMBER(s.lastIndexOfAnyOf(p, n, ~0u)),
+      MEMBER(s.lastIndexOfAnyBut(p, n, ~0u)),
+      MEMBER(s.occurrencesOf(p, n, 1)),
+      MEMBER(s.change(p, n, "x", 1).length()),
+      MEMBER(s.change("b", 1, p, n).length()),
+      MEMBER(s.insert(p, n, 2).length()),
+      MEMBER(s.overlayWith(p, n, 2).length()),
+      MEMBER(s.strip(p, n).length()),
+      MEMBER(s.translate(p, n, "xyz", 3).length()),
+      MEMBER(s.translate("ab", 2, p, n).length()),
+      MEMBER(s.buffer()->compare(p, n) * 100 + s.isLike(p, n, '*', '?') * 10 +
+             s.isAbbrevFor(p, n, 0))};
+#undef MEMBER
   std::string const valid = "a" + c.wide + "b" + c.two;
   // Each argument with the bytes that would complete its last character.
   std::vector<std::pair<std::string, std::string>> arguments = {
@@ -173,18 +127,20 @@ TEST(MbSearch, ArgumentsAreReadOnlyWithinTheirLength) {
         dtest::I18NState const strategy(flag);
         std::string const followed = argument + rest + c.two;
         dtest::GuardedBytes const guarded(argument);
-        for (auto const& [name, run] : members) {
-          auto const answer = [&, &run = run](char const* p) {
+        for (std::size_t m = 0; m < members.size(); ++m) {
+          auto const answer = [&](char const* p) {
             try {
               DString s = str(text);
-              return std::to_string(run(s, p, argument.size())) + bytes(s);
+              return std::to_string(members[m](s, p, argument.size())) +
+                     bytes(s);
             } catch (DException const& e) {
               return "raises " + std::to_string(e.errorId());
             }
           };
           EXPECT_EQ(answer(followed.data()), answer(guarded.data()))
-              << name << " flag " << flag << " " << testing::PrintToString(text)
-              << " " << testing::PrintToString(argument);
+              << "member " << m << " flag " << flag << " "
+              << testing::PrintToString(text) << " "
+              << testing::PrintToString(argument);
         }
       }
 }
