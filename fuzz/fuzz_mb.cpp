@@ -8,6 +8,7 @@
 // white space; the search starts follow charType() over any bytes; stream
 // input stores exactly the bytes read. Arguments end right before an
 // unreadable page, so no walk may read past a stated length.
+#include "../tests/support/dmbmodels.hpp"
 #include "fuzz_input.hpp"
 
 #include "ddbcsb.hpp"
@@ -27,8 +28,6 @@
 #include <functional>
 #include <sstream>
 #include <string>
-#include <sys/mman.h>
-#include <unistd.h>
 #include <vector>
 
 using dfuzz::fail;
@@ -317,25 +316,6 @@ std::string mbText(dfuzz::Input& in, unsigned int maxPieces, bool raw) {
   return out;
 }
 
-// Argument slots that end right before an unreadable page: a read past an
-// argument's stated length ends the run with SIGSEGV, also inside the C
-// library, where sanitizers see nothing.
-char const* guardedCopy(int slot, std::string const& bytes) {
-  static char* pages[2] = {nullptr, nullptr};
-  static std::size_t const page = std::size_t(sysconf(_SC_PAGESIZE));
-  if (pages[slot] == nullptr) {
-    void* const m = mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE,
-                         MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (m == MAP_FAILED ||
-        mprotect(static_cast<char*>(m) + page, page, PROT_NONE) != 0)
-      std::abort();
-    pages[slot] = static_cast<char*>(m);
-  }
-  char* const start = pages[slot] + page - bytes.size();
-  std::memcpy(start, bytes.data(), bytes.size());
-  return start;
-}
-
 // The buffer's character walk and the position mappings against the model:
 // bytes that start no character are characters of one byte.
 void checkCharacters(DString const& s, Model const& m) {
@@ -417,8 +397,8 @@ void runOne(dfuzz::Input& in) {
                 buf->startBackwardsSearch(b, 1) != before))
     fail("startSearch", what);
   u32 const pl = static_cast<u32>(p.size()), ql = static_cast<u32>(q.size());
-  char const* const pd = guardedCopy(0, p);
-  char const* const qd = guardedCopy(1, q);
+  char const* const pd = dmodel::guardedCopy(0, p);
+  char const* const qd = dmodel::guardedCopy(1, q);
   u32 const start = a == 0xFFFFFFFFu ? 1 : a;
   u32 const op = in.upTo(28);
   DString r(s);

@@ -126,7 +126,7 @@ TEST(MbSearch, ArgumentsAreReadOnlyWithinTheirLength) {
       for (auto const& [argument, rest] : arguments) {
         dtest::I18NState const strategy(flag);
         std::string const followed = argument + rest + c.two;
-        dtest::GuardedBytes const guarded(argument);
+        char const* const guarded = dmodel::guardedCopy(0, argument);
         for (std::size_t m = 0; m < members.size(); ++m) {
           auto const answer = [&](char const* p) {
             try {
@@ -137,7 +137,7 @@ TEST(MbSearch, ArgumentsAreReadOnlyWithinTheirLength) {
               return "raises " + std::to_string(e.errorId());
             }
           };
-          EXPECT_EQ(answer(followed.data()), answer(guarded.data()))
+          EXPECT_EQ(answer(followed.data()), answer(guarded))
               << "member " << m << " flag " << flag << " "
               << testing::PrintToString(text) << " "
               << testing::PrintToString(argument);

@@ -3,13 +3,12 @@
 #ifndef D_TESTS_DMBTEST_HPP
 #define D_TESTS_DMBTEST_HPP
 
+#include "dmbmodels.hpp"
 #include "dtest_support.hpp"
 
 #include <cstdlib>
 #include <cstring>
 #include <string>
-#include <sys/mman.h>
-#include <unistd.h>
 #include <vector>
 
 namespace dtest {
@@ -72,32 +71,6 @@ inline DString str(std::string const& s) {
 inline unsigned int len(std::string const& s) {
   return static_cast<unsigned int>(s.size());
 }
-
-/// A copy of some bytes that ends right before a page that cannot be read,
-/// so that reading one byte past them ends the process (SIGSEGV).
-class GuardedBytes {
-public:
-  explicit GuardedBytes(std::string const& bytes)
-      : page(static_cast<std::size_t>(::sysconf(_SC_PAGESIZE))) {
-    void* const m = ::mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE,
-                           MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (m == MAP_FAILED ||
-        ::mprotect(static_cast<char*>(m) + page, page, PROT_NONE) != 0)
-      std::abort();
-    area = static_cast<char*>(m);
-    start = area + page - bytes.size();
-    std::memcpy(start, bytes.data(), bytes.size());
-  }
-  ~GuardedBytes() { ::munmap(area, 2 * page); }
-  GuardedBytes(GuardedBytes const&) = delete;
-  GuardedBytes& operator=(GuardedBytes const&) = delete;
-  char const* data() const { return start; }
-
-private:
-  std::size_t page;
-  char* area = nullptr;
-  char* start = nullptr;
-};
 
 } // namespace dtest
 
