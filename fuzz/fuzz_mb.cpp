@@ -208,7 +208,7 @@ bool wideModel(u32 op, Model const& m, std::string const& p,
     return true;
   }
   case 15: { // insert(p, b)
-    std::size_t const split = b == 0 ? 0 : m.starts[m.holding(b) + 1];
+    std::size_t const split = b == 0 || b > n ? 0 : m.starts[m.holding(b) + 1];
     want =
         b > n ? t + pads(b - n) + p : t.substr(0, split) + p + t.substr(split);
     return true;
