@@ -15,7 +15,7 @@ namespace {
 
 // A string whose buffer is a DDBCSBuffer (multibyte locales only).
 struct MbText {
-  explicit MbText(std::string const& bytes) : s(dtest::str(bytes)) {}
+  explicit MbText(std::string const& bytes) : s(dtest::make(bytes)) {}
   DDBCSBuffer const& buf() const {
     EXPECT_STREQ("DDBCSBuffer", s.buffer()->className());
     return *static_cast<DDBCSBuffer const*>(s.buffer());

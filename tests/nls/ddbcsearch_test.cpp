@@ -6,7 +6,7 @@
 #include <malloc.h>
 
 using dtest::bytes;
-using dtest::str;
+using dtest::make;
 
 namespace {
 
@@ -22,14 +22,14 @@ int isLetterA(int c) {
 TEST(MbSearch, PatternsAndSetsMatchOnlyAtCharacterStarts) {
   DTEST_MB(c);
   unsigned int const l = c.l();
-  DString const wa = str(c.wide + "a");
+  DString const wa = make(c.wide + "a");
   DBuffer const* const b = wa.buffer();
   EXPECT_EQ(l + 1, b->startSearch(2, 2));  // fit is checked first
   EXPECT_EQ(0u, b->startSearch(2, l + 1)); // the pattern cannot fit
-  EXPECT_EQ(0u, str("a" + c.wide).buffer()->startSearch(3, 1));
+  EXPECT_EQ(0u, make("a" + c.wide).buffer()->startSearch(3, 1));
   // The last byte of one character and the first of the next are a byte
   // match, never a character match.
-  DString const s = str(c.wide + c.two + "x" + c.two);
+  DString const s = make(c.wide + c.two + "x" + c.two);
   std::string const across = c.wide.substr(l - 1) + c.two.substr(0, 1);
   char const* const two = c.two.data();
   for (int flag : {0, 1}) {
@@ -47,13 +47,13 @@ TEST(MbSearch, PatternsAndSetsMatchOnlyAtCharacterStarts) {
   for (int i = 0; i < 300; ++i)
     many += c.wide;
   std::string const inner = c.wide.substr(1, 2);
-  DString const m = str(many + "q" + inner);
+  DString const m = make(many + "q" + inner);
   EXPECT_EQ(300 * l + 2, m.indexOf(inner.c_str(), 1));
   EXPECT_EQ(300 * l + 2, m.lastIndexOf(inner.c_str()));
   EXPECT_EQ(0u, m.lastIndexOf(inner.c_str(), 300 * l + 1));
-  EXPECT_EQ(0u, str(c.wide + "ab").indexOf(c.wide.substr(1).c_str(), 1));
+  EXPECT_EQ(0u, make(c.wide + "ab").indexOf(c.wide.substr(1).c_str(), 1));
   // One-byte sets compare first bytes.
-  DString const t = str("a" + c.wide + "a" + c.wide);
+  DString const t = make("a" + c.wide + "a" + c.wide);
   char const lead = c.wide[0], trail = c.wide[l - 1];
   EXPECT_EQ(2u, t.indexOfAnyOf(&lead, 1, 1));
   EXPECT_EQ(l + 3, t.indexOfAnyOf(&lead, 1, 3));
@@ -69,7 +69,7 @@ TEST(MbSearch, PatternsAndSetsMatchOnlyAtCharacterStarts) {
   EXPECT_EQ(0u, t.lastIndexOfAnyOf("", 0, 3));
   // A one-byte any-but set is that byte only, even if it leads a longer
   // character: forward steps bytes, backward steps characters.
-  DString const u = str("aa" + c.wide + "b");
+  DString const u = make("aa" + c.wide + "b");
   EXPECT_EQ(1u, u.indexOfAnyBut(c.wide.data(), 1, 0));
   EXPECT_EQ(4u, u.indexOfAnyBut(c.wide.data(), 1, 3));
   EXPECT_EQ(l + 3, u.lastIndexOfAnyBut(c.wide.data(), 1, 0xFFFFFFFFu));
@@ -78,7 +78,7 @@ TEST(MbSearch, PatternsAndSetsMatchOnlyAtCharacterStarts) {
   EXPECT_EQ(3u, u.lastIndexOfAnyBut("b", 1, 0xFFFFFFFFu));
   // Longer sets match whole characters.
   std::string const set = c.two + "z", part = c.wide.substr(0, l - 1);
-  DString const v = str("a" + c.wide + c.two + "z" + c.wide);
+  DString const v = make("a" + c.wide + c.two + "z" + c.wide);
   EXPECT_EQ(l + 2, v.indexOfAnyOf(set.data(), 3, 1));
   EXPECT_EQ(l + 4, v.lastIndexOfAnyOf(set.data(), 3, l + 4));
   EXPECT_EQ(1u, v.indexOfAnyBut(set.data(), 3, 1));
@@ -130,7 +130,7 @@ TEST(MbSearch, ArgumentsAreReadOnlyWithinTheirLength) {
         for (std::size_t m = 0; m < members.size(); ++m) {
           auto const answer = [&](char const* p) {
             try {
-              DString s = str(text);
+              DString s = make(text);
               return std::to_string(members[m](s, p, argument.size())) +
                      bytes(s);
             } catch (DException const& e) {
@@ -147,7 +147,7 @@ TEST(MbSearch, ArgumentsAreReadOnlyWithinTheirLength) {
 
 TEST(MbSearch, PredicateStrategies) {
   DTEST_MB(c);
-  DString const s = str("a" + c.wide + "b");
+  DString const s = make("a" + c.wide + "b");
   unsigned int const l = c.l();
   DStringTest const high(isHigh);
   {
@@ -180,20 +180,20 @@ TEST(MbSearch, PredicateStrategies) {
   EXPECT_EQ(1u, s.lastIndexOfAnyBut(high, 3));
   EXPECT_EQ(0u, s.lastIndexOfAnyOf(high, 0));
   EXPECT_EQ(0u, s.indexOfAnyOf(high, l + 3));
-  EXPECT_EQ(2u, str("1" + c.alpha).indexOfAnyOf(DStringTest(zyn_iswalpha), 1));
+  EXPECT_EQ(2u, make("1" + c.alpha).indexOfAnyOf(DStringTest(zyn_iswalpha), 1));
 }
 
 TEST(MbSearch, InvalidBytesRaiseOnlyWithTheWideStrategy) {
   DTEST_MB(c);
-  DString const bad = str("ab\xFF" + c.wide);
-  DString const cut = str("ab" + c.wide.substr(0, 1));
+  DString const bad = make("ab\xFF" + c.wide);
+  DString const cut = make("ab" + c.wide.substr(0, 1));
   DStringTest const high(isHigh);
   {
     dtest::I18NState flag(0);
     EXPECT_EQ(3u, bad.indexOfAnyOf(high, 1));
     EXPECT_EQ(4u, bad.lastIndexOfAnyOf(high, 0xFFFFFFFFu));
     EXPECT_EQ(3u, cut.indexOfAnyOf(high, 1));
-    EXPECT_EQ("****", bytes(str("\xFF\xFF").subString(3, 4, '*')));
+    EXPECT_EQ("****", bytes(make("\xFF\xFF").subString(3, 4, '*')));
     EXPECT_EQ("b\xFF**", bytes(bad.subString(2, 4, '*')));
   }
   dtest::RecordingTrace trace;
@@ -221,7 +221,7 @@ TEST(MbSearch, ThrowingPredicatesLeakNothing) {
   } const thrower;
   auto const run = [&] {
     for (int i = 0; i < 40; ++i) {
-      DString s = str(text);
+      DString s = make(text);
       EXPECT_THROW(s.indexOfAnyOf(thrower, 1), int);
       EXPECT_THROW(s.lastIndexOfAnyBut(thrower, 0xFFFFFFFFu), int);
       EXPECT_THROW(s.strip(thrower, DStringEnum::both), int);
@@ -238,9 +238,9 @@ TEST(MbSearch, FieldsHoldOnlyWholeCharactersAndPad) {
   DTEST_MB(c);
   unsigned int const l = c.l();
   std::string const cut(l - 1, '*');
-  DString const s = str(c.wide + "a"); // cut at the start of the field
-  DString const t = str("a" + c.wide); // cut at its end
-  DString const u = str(c.wide + c.wide + c.wide);
+  DString const s = make(c.wide + "a"); // cut at the start of the field
+  DString const t = make("a" + c.wide); // cut at its end
+  DString const u = make(c.wide + c.wide + c.wide);
   for (int flag : {0, 1}) {
     dtest::I18NState state(flag);
     EXPECT_EQ(cut + "a**", bytes(s.subString(2, l + 2, '*')));

@@ -10,7 +10,7 @@
 #include <functional>
 
 using dtest::bytes;
-using dtest::str;
+using dtest::make;
 
 namespace {
 
@@ -19,7 +19,7 @@ using Edit = std::function<void(DString&)>;
 /// Applies \p edit to a copy of \p text held by a second handle too, and
 /// checks that the shared original is unchanged and the NUL behind.
 std::string edited(std::string const& text, Edit const& edit) {
-  DString const original = str(text);
+  DString const original = make(text);
   DString copy = original;
   edit(copy);
   EXPECT_EQ(text, bytes(original));
@@ -109,7 +109,7 @@ TEST(MbEdit, ResultBuffers) {
   std::string const w = c.wide;
   auto const same = [&](int flag, std::string const& t, Edit const& edit) {
     dtest::I18NState state(flag);
-    DString s = str(t);
+    DString s = make(t);
     DBuffer const* const before = s.buffer();
     edit(s);
     return s.buffer() == before;
@@ -127,7 +127,7 @@ TEST(MbEdit, ResultBuffers) {
     for (auto mode :
          {DStringEnum::leading, DStringEnum::both, DStringEnum::trailing}) {
       dtest::I18NState state(flag);
-      DString s = str(w + w);
+      DString s = make(w + w);
       s.strip(w.data(), w.size(), mode);
       EXPECT_EQ(0u, s.length());
       EXPECT_EQ(flag == 0 && mode == DStringEnum::trailing,
@@ -183,25 +183,25 @@ TEST(MbEdit, InvalidBytesRaiseOnlyWithTheWideStrategy) {
   dtest::RecordingTrace trace;
   for (std::size_t i = 0; i < ops.size(); ++i) {
     SCOPED_TRACE(i);
-    DString s = str(bad);
+    DString s = make(bad);
     {
       dtest::I18NState state(0);
       EXPECT_NO_THROW(ops[i](s));
     }
     dtest::I18NState state(1);
-    s = str(bad);
+    s = make(bad);
     EXPECT_DEXCEPTION(ops[i](s), DInvalidRequest, 1012, false, "dnlsutil", 725);
     EXPECT_EQ(bad, bytes(s)); // the handle keeps its value
   }
   // An invalid argument of the wide strategy raises too; remove and
   // rightJustify have one strategy: no conversion.
   dtest::I18NState state(1);
-  DString s = str("abc");
+  DString s = make("abc");
   EXPECT_DEXCEPTION(s.insert("\xFF", 1, 1, '*'), DInvalidRequest, 1012, false,
                     "dnlsutil", 725);
   EXPECT_DEXCEPTION(s.translate("a", 1, "\xFF", 1, '*'), DInvalidRequest, 1012,
                     false, "dnlsutil", 725);
-  DString r = str(bad);
+  DString r = make(bad);
   EXPECT_NO_THROW(r.remove(2, 1));
   EXPECT_NO_THROW(r.rightJustify(2, '*'));
 }

@@ -65,12 +65,6 @@ inline Mb const* mbSamples() {
   return nullptr;
 }
 
-inline DString str(std::string const& s) {
-  return DString(std::string_view(s));
-}
-inline unsigned int len(std::string const& s) {
-  return static_cast<unsigned int>(s.size());
-}
 
 } // namespace dtest
 
