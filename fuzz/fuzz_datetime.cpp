@@ -111,7 +111,18 @@ Ymd gregorianNormalised(Ymd const& f) {
   return g;
 }
 
-void checkDate(DDate const& date, long jd, char const* how) {
+// Days from the 1st of a month (or of January) to the 1st of the next one.
+long modelLength(long year, int month, bool wholeYear) {
+  long first = 0, next = 0;
+  modelDayNumber({year, wholeYear ? 1 : month, 1}, first);
+  bool const newYear = wholeYear || month == 12;
+  long const nextYear = year == -1 ? 1 : year + 1;
+  modelDayNumber({newYear ? nextYear : year, newYear ? 1 : month + 1, 1}, next);
+  return next - first;
+}
+
+// \p date is day \p jd; \p step days away lies another one.
+void checkDate(DDate const& date, long jd, long step, char const* how) {
   std::string const ctx = std::string(how) + " day " + std::to_string(jd);
   if (date.julianDay() != jd)
     fail("day number", ctx + " got " + std::to_string(date.julianDay()));
@@ -144,6 +155,25 @@ void checkDate(DDate const& date, long jd, char const* how) {
         record.year != want.year || DDate(record) != date)
       fail("record", ctx);
   }
+  int const year = static_cast<int>(want.year);
+  long const yearLength = modelLength(want.year, 1, true);
+  if (DDate::isLeapYear(year) != (modelLength(want.year, 2, false) == 29) ||
+      DDate::daysInYear(year) != yearLength ||
+      DDate::daysInMonth(monthOf(want.month), year) !=
+          modelLength(want.year, want.month, false))
+    fail("leap year and lengths", ctx);
+  // Day arithmetic and comparison: plain day numbers.
+  DDate const other = date + step;
+  DDate moved = date;
+  moved += step;
+  if (other.julianDay() != jd + step || other - date != step ||
+      step + date != other || other - step != date || moved != other ||
+      (moved -= step) != date)
+    fail("day arithmetic", ctx + " step " + std::to_string(step));
+  if ((date < other) != (step > 0) || (date > other) != (step < 0) ||
+      (date <= other) != (step >= 0) || (date >= other) != (step <= 0) ||
+      (date == other) != (step == 0) || (date != other) != (step != 0))
+    fail("comparison", ctx + " step " + std::to_string(step));
   // Text: mktime normalises the fields as Gregorian ones; a Gregorian date
   // reads back from its text.
   DString const text = date.asString("%Y %m %d");
@@ -160,12 +190,13 @@ void checkDate(DDate const& date, long jd, char const* how) {
 }
 
 void runDate(dfuzz::Input& in) {
+  long const step = static_cast<long>(in.upTo(65535)) - 32768;
   switch (in.upTo(2)) {
   case 0: {
     // Any day number from about 10,000 BC to AD 140,000.
     long const jd = static_cast<long>(in.upTo(65535)) * 800 +
                     static_cast<long>(in.upTo(65535) % 800) - 1700000;
-    checkDate(DDate::fromJulianDay(jd), jd, "fromJulianDay");
+    checkDate(DDate::fromJulianDay(jd), jd, step, "fromJulianDay");
     break;
   }
   case 1: {
@@ -185,7 +216,7 @@ void runDate(dfuzz::Input& in) {
     if (DDate::isValid(monthOf(month), day, year) != valid)
       fail("isValid", show(f));
     if (valid)
-      checkDate(DDate(monthOf(month), day, year), jd, "fields");
+      checkDate(DDate(monthOf(month), day, year), jd, step, "fields");
     break;
   }
   default: {
@@ -196,7 +227,7 @@ void runDate(dfuzz::Input& in) {
     Ymd const f{record.year, record.month, record.day};
     long jd = 0;
     if (modelDayNumber(f, jd))
-      checkDate(DDate(record), jd, "record");
+      checkDate(DDate(record), jd, step, "record");
     break;
   }
   }
@@ -212,6 +243,15 @@ void runTime(dfuzz::Input& in) {
       std::to_string(h) + ":" + std::to_string(m) + ":" + std::to_string(s);
   if (time.seconds() != want)
     fail("DTime", ctx + " got " + std::to_string(time.seconds()));
+  if (time.hours() != want / 3600 || time.minutes() != want / 60 % 60 ||
+      time.secondsOfMinute() != want % 60)
+    fail("DTime fields", ctx);
+  DTime const other(0, 0, s);
+  long const o = floorMod(s, 86400);
+  if ((time < other) != (want < o) || (time > other) != (want > o) ||
+      (time <= other) != (want <= o) || (time >= other) != (want >= o) ||
+      (time == other) != (want == o) || (time != other) != (want != o))
+    fail("DTime comparison", ctx);
   DCnrTime const record = time.asICnrTime();
   if (record.hours != want / 3600 || record.minutes != want / 60 % 60 ||
       record.seconds != want % 60 || DTime(record) != time)

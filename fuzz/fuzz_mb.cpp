@@ -1,19 +1,19 @@
-// Fuzz target: multibyte strings in the UTF-8, EUC-JP and GB18030 locales,
-// with both values of DString::fgI18NState. The locale comes from the
-// environment variable ZYN_FUZZ_LOCALE (scripts/fuzz.sh runs one process
-// per locale) and is set in LLVMFuzzerInitialize, before any string exists,
-// because the first string fixes the buffer class. Checks: no sanitizer
-// finding, and for valid input no result holds part of a character: every
-// edited text is still valid in the locale and every position that a search
-// returns starts a character. With the wide strategy every edit is also
-// checked against a model built on the source's own characters: whatever
-// the edit leaves alone keeps its bytes, also for GB18030 codes whose
-// conversion does not round-trip. Stream input (operator>> into a reused
-// target, lineFrom) must store exactly the bytes read. Arguments end right
-// before an unreadable page, so no walk may read past a stated length.
+// Fuzz target: multibyte strings in the UTF-8, EUC-JP and GB18030 locales
+// (ZYN_FUZZ_LOCALE, set before any string exists: the first string fixes
+// the buffer class), with both values of DString::fgI18NState. For valid
+// input no result holds part of a character and every position a search
+// returns starts one; with the wide strategy each edit equals a model built
+// on the source's own characters (so GB18030 codes whose conversion does not
+// round-trip keep their bytes); the word operations follow a byte split on
+// white space; the search starts follow charType() over any bytes; stream
+// input stores exactly the bytes read. Arguments end right before an
+// unreadable page, so no walk may read past a stated length.
+#include "../tests/support/dmbmodels.hpp"
 #include "fuzz_input.hpp"
 
+#include "ddbcsb.hpp"
 #include "dexcept.hpp"
+#include "dnlsutil.hpp"
 #include "dstring.hpp"
 
 #include <cctype>
@@ -25,10 +25,9 @@
 #include <cstring>
 #include <cwchar>
 #include <cwctype>
+#include <functional>
 #include <sstream>
 #include <string>
-#include <sys/mman.h>
-#include <unistd.h>
 #include <vector>
 
 using dfuzz::fail;
@@ -38,125 +37,51 @@ namespace {
 
 using u32 = unsigned int;
 
-// The byte offsets (0-based) at which characters start, or an empty vector
-// when the text is not valid in the locale. NUL counts as a character.
-bool characterStarts(std::string const& t, std::vector<std::size_t>& starts) {
-  starts.clear();
-  std::mbstate_t state{};
-  for (std::size_t i = 0; i < t.size();) {
-    starts.push_back(i);
-    if (t[i] == '\0') {
-      ++i;
-      continue;
-    }
-    std::size_t const n = std::mbrlen(t.data() + i, t.size() - i, &state);
-    if (n == static_cast<std::size_t>(-1) || n == static_cast<std::size_t>(-2))
-      return false;
-    i += n == 0 ? 1 : n;
-  }
-  return true;
-}
-
-bool isValid(std::string const& t) {
-  std::vector<std::size_t> starts;
-  return characterStarts(t, starts);
-}
-
-bool startsCharacter(std::string const& t, u32 position) {
-  if (position == 0)
-    return true; // nothing found
-  std::vector<std::size_t> starts;
-  characterStarts(t, starts);
-  for (std::size_t s : starts)
-    if (s + 1 == position)
-      return true;
-  return false;
-}
-
 std::string bytesOf(DString const& s) {
   return std::string(static_cast<char const*>(s), s.length());
 }
 
-// Sample characters of each locale's character set, as byte sequences.
-std::vector<std::string> const& pieces() {
-  static std::vector<std::string> const utf8 = {"a",
-                                                "b",
-                                                " ",
-                                                "\t",
-                                                "\xC3\xA9",
-                                                "\xE3\x81\x82",
-                                                "\xF0\x9F\x98\x80",
-                                                "\xE4\xB8\xAD",
-                                                "A",
-                                                "*",
-                                                "?"};
-  static std::vector<std::string> const eucjp = {
-      "a", "b", " ", "\t", "\xA4\xA2", "\xB0\xA1", "\x8E\xB1", "\x8F\xB0\xA1",
-      "A", "*", "?"};
-  static std::vector<std::string> const gb18030 = {
-      "a", "b", " ", "\t", "\xD6\xD0", "\x81\x30\x81\x30", "\xA1\xA1",
-      "\x95\x32\x82\x36", "A", "*", "?",
-      // U+20087 twice: four bytes that convert back as the two after them.
-      "\x95\x32\x90\x31", "\xFE\x51"};
-  static char const* codeset = std::getenv("ZYN_FUZZ_LOCALE");
-  std::string const name = codeset ? codeset : "";
-  if (name.find("eucJP") != std::string::npos)
-    return eucjp;
-  if (name.find("18030") != std::string::npos)
-    return gb18030;
-  return utf8;
-}
-
-// A text of whole characters of the locale, or (when raw) input bytes.
-std::string mbText(dfuzz::Input& in, unsigned int maxPieces, bool raw) {
-  std::string out;
-  unsigned int const count = in.upTo(maxPieces);
-  for (unsigned int i = 0; i < count && !in.empty(); ++i) {
-    if (raw)
-      out.push_back(static_cast<char>(in.byte()));
-    else
-      out += pieces()[in.byte() % pieces().size()];
-  }
-  return out;
-}
-
-// The wide strategy's model. A text is split into its characters (bytes and
-// wide value each); the results are assembled from those bytes, so a model
-// answer keeps every character it does not change exactly as the source
-// holds it.
-struct Char {
-  std::string bytes;
-  wchar_t wide;
-};
-
-std::vector<Char> charsOf(std::string const& t) {
-  std::vector<Char> out;
-  std::mbstate_t state{};
-  for (std::size_t i = 0; i < t.size();) {
-    wchar_t w = 0;
-    std::size_t n = std::mbrtowc(&w, t.data() + i, t.size() - i, &state);
-    if (n == 0)
-      n = 1;
-    out.push_back({t.substr(i, n), w});
-    i += n;
-  }
-  return out;
-}
-
+// A text split into its characters (bytes and wide value), with the byte
+// offsets they start at (one more entry: the length); valid is false when
+// a sequence is invalid or incomplete. NUL is a character of one byte.
 struct Model {
-  std::string const& t;
+  struct Char {
+    std::string bytes;
+    wchar_t wide;
+  };
+  std::string t;
   std::vector<Char> chars;
-  std::vector<std::size_t> starts; // 0-based, one more entry: t.size()
+  std::vector<std::size_t> starts;
+  bool valid = true;
+  std::size_t wideCount = 0; // characters of two or more display columns
 
-  explicit Model(std::string const& text) : t(text), chars(charsOf(text)) {
-    std::size_t at = 0;
-    for (Char const& c : chars) {
-      starts.push_back(at);
-      at += c.bytes.size();
+  explicit Model(std::string const& text) : t(text) {
+    std::mbstate_t state{};
+    for (std::size_t i = 0; i < t.size();) {
+      wchar_t w = 0;
+      std::size_t n = std::mbrtowc(&w, t.data() + i, t.size() - i, &state);
+      if (n == std::size_t(-1) || n == std::size_t(-2)) {
+        valid = false;
+        state = std::mbstate_t{};
+        n = 1;
+        w = static_cast<wchar_t>(WEOF); // what the classifiers see
+      }
+      if (n > 1 && wcwidth(w) >= 2) {
+        ++wideCount;
+      }
+      starts.push_back(i);
+      chars.push_back({t.substr(i, n ? n : 1), w});
+      i += n ? n : 1;
     }
-    starts.push_back(at);
+    starts.push_back(t.size());
   }
   std::size_t count() const { return chars.size(); }
+  bool isStart(u32 position) const { // 1-based; 0 means nothing found
+    for (std::size_t s : starts)
+      if (position == 0 || (s + 1 == position && s < t.size()))
+        return true;
+    return false;
+  }
   // 0-based index of the character holding 1-based byte pos (1..n).
   std::size_t holding(u32 pos) const {
     std::size_t i = 0;
@@ -199,16 +124,32 @@ struct Model {
     std::size_t const k = from(pos);
     return std::string(starts[k] + 1 - pos, pad) + t.substr(starts[k]);
   }
+  // The characters of [first, last) that survive stripping at the ends.
+  template <class Strip>
+  std::string strip(Strip stripped, bool leading, bool trailing) const {
+    std::size_t first = 0, last = count();
+    while (leading && first < last && stripped(chars[first].wide))
+      ++first;
+    while (trailing && last > first && stripped(chars[last - 1].wide))
+      --last;
+    return t.substr(starts[first], starts[last] - starts[first]);
+  }
 };
 
-// What the wide strategy must give for edit \p op of text t with argument
-// p (and q); false when the model does not cover the operation.
-bool wideModel(u32 op, std::string const& t, std::string const& p,
+bool holds(Model const& set, wchar_t w) {
+  for (Model::Char const& c : set.chars)
+    if (c.wide == w)
+      return true;
+  return false;
+}
+
+// What the wide strategy must give for edit \p op of m.t with argument p
+// (and q); false when the model does not cover the operation.
+bool wideModel(u32 op, Model const& m, std::string const& p,
                std::string const& q, u32 a, u32 b, char pad,
                std::string& want) {
-  Model const m(t);
-  u32 const n = static_cast<u32>(t.size());
-  u32 const pl = static_cast<u32>(p.size());
+  std::string const& t = m.t;
+  u32 const n = static_cast<u32>(t.size()), pl = static_cast<u32>(p.size());
   auto const pads = [pad](std::size_t k) { return std::string(k, pad); };
   switch (op) {
   case 7:
@@ -220,48 +161,34 @@ bool wideModel(u32 op, std::string const& t, std::string const& p,
   case 9:
   case 10:
     want.clear();
-    for (Char const& c : m.chars) {
+    for (Model::Char const& c : m.chars) {
       wint_t const w = static_cast<wint_t>(c.wide);
-      wchar_t const mapped =
+      wchar_t const to =
           static_cast<wchar_t>(op == 9 ? std::towupper(w) : std::towlower(w));
       char bytes[MB_LEN_MAX];
       std::mbstate_t state{};
-      want += mapped == c.wide
+      want += to == c.wide
                   ? c.bytes
-                  : std::string(bytes, std::wcrtomb(bytes, mapped, &state));
+                  : std::string(bytes, std::wcrtomb(bytes, to, &state));
     }
     return true;
   case 11: {
-    std::vector<Char> const from = charsOf(p);
-    std::vector<Char> const to = charsOf(q);
+    Model const from(p), to(q);
     want.clear();
-    for (Char const& c : m.chars) {
+    for (Model::Char const& c : m.chars) {
       std::size_t j = 0;
-      while (j < from.size() && from[j].wide != c.wide)
+      while (j < from.count() && from.chars[j].wide != c.wide)
         ++j;
-      want += j == from.size() ? c.bytes
-              : j < to.size()  ? to[j].bytes
-                               : std::string(1, pad);
+      want += j == from.count() ? c.bytes
+              : j < to.count()  ? to.chars[j].bytes
+                                : pads(1);
     }
     return true;
   }
   case 12: {
-    std::vector<Char> const set = charsOf(p);
-    auto const stripped = [&](Char const& c) {
-      for (Char const& s : set)
-        if (s.wide == c.wide)
-          return true;
-      return false;
-    };
-    u32 const mode = b % 3;
-    std::size_t first = 0, last = m.count();
-    if (mode != 1)
-      while (first < last && stripped(m.chars[first]))
-        ++first;
-    if (mode != 0)
-      while (last > first && stripped(m.chars[last - 1]))
-        --last;
-    want = t.substr(m.starts[first], m.starts[last] - m.starts[first]);
+    Model const set(p);
+    want = m.strip([&](wchar_t w) { return holds(set, w); }, b % 3 != 1,
+                   b % 3 != 0);
     return true;
   }
   case 13:
@@ -270,261 +197,334 @@ bool wideModel(u32 op, std::string const& t, std::string const& p,
       want += m.chars[i].bytes;
     return true;
   case 14: { // overlayWith(p, b)
-    if (pl == 0 && b <= n) {
-      want = t;
-      return true;
-    }
     u32 const at = b ? b : 1;
-    if (at > n) {
+    if (pl == 0 && b <= n)
+      want = t;
+    else if (at > n)
       want = t + pads(at - 1 - n) + p;
-      return true;
-    }
-    want = m.sub(1, at - 1, pad) + p;
-    if (std::size_t(at) + pl <= n)
-      want += m.rest(at + pl, pad);
+    else
+      want = m.sub(1, at - 1, pad) + p +
+             (std::size_t(at) + pl <= n ? m.rest(at + pl, pad) : "");
     return true;
   }
   case 15: { // insert(p, b)
-    if (b > n) {
-      want = t + pads(b - n) + p;
-      return true;
-    }
-    std::size_t const split = b == 0 ? 0 : m.starts[m.holding(b) + 1];
-    want = t.substr(0, split) + p + t.substr(split);
+    std::size_t const split = b == 0 || b > n ? 0 : m.starts[m.holding(b) + 1];
+    want =
+        b > n ? t + pads(b - n) + p : t.substr(0, split) + p + t.substr(split);
     return true;
   }
-  case 28: { // strip(): white space at both ends, by iswspace
-    std::size_t first = 0, last = m.count();
-    auto const blank = [&](std::size_t i) {
-      return std::iswspace(static_cast<wint_t>(m.chars[i].wide)) != 0;
-    };
-    while (first < last && blank(first))
-      ++first;
-    while (last > first && blank(last - 1))
-      --last;
-    want = t.substr(m.starts[first], m.starts[last] - m.starts[first]);
+  case 28: // strip(): white space at both ends, by iswspace
+    want = m.strip([](wchar_t w) { return std::iswspace(wint_t(w)) != 0; },
+                   true, true);
     return true;
-  }
   case 17: // leftJustify(b)
     want = b >= n ? t + pads(b - n) : m.field(0, m.count(), b, pad);
     return true;
-  case 19: { // center(b)
-    if (b >= n) {
-      std::size_t const left = (b - n) / 2;
-      want = pads(left) + t + pads(b - n - left);
-      return true;
-    }
-    std::size_t const k = m.holding((n - b) / 2 + 1);
-    want = m.field(k, m.count() - 1, b, pad);
+  case 19: // center(b)
+    if (b >= n)
+      want = pads((b - n) / 2) + t + pads(b - n - (b - n) / 2);
+    else
+      want = m.field(m.holding((n - b) / 2 + 1), m.count() - 1, b, pad);
     return true;
-  }
   default:
     return false;
   }
 }
 
-// Stream input: the bytes of the word operator>> reads from \p input (after
-// leading white space, up to the next), and the line lineFrom reads.
-std::string wordOf(std::string const& input) {
-  std::size_t i = 0;
-  while (i < input.size() && std::isspace(static_cast<unsigned char>(input[i])))
-    ++i;
-  std::size_t j = i;
-  while (j < input.size() &&
-         !std::isspace(static_cast<unsigned char>(input[j])))
-    ++j;
-  return input.substr(i, j - i);
+// Word operations against a byte split on "\t\n\v\f\r " (no character of
+// the test codesets carries those bytes inside it).
+void checkWords(DString const& s, std::string const& t, u32 w, u32 k) {
+  std::vector<std::pair<u32, u32>> ref; // 1-based start, byte length
+  std::string const blanks("\t\n\v\f\r ");
+  for (std::size_t i = t.find_first_not_of(blanks); i != std::string::npos;
+       i = t.find_first_not_of(blanks, i)) {
+    std::size_t const end = std::min(t.find_first_of(blanks, i), t.size());
+    ref.emplace_back(u32(i + 1), u32(end - i));
+    i = end;
+  }
+  u32 const count = static_cast<u32>(ref.size());
+  u32 const start = w <= count ? ref[w - 1].first : 0;
+  u32 const size = w <= count ? ref[w - 1].second : 0;
+  std::string want = t.substr(start ? start - 1 : 0, size);
+  if (s.numWords() != count || s.indexOfWord(w) != start ||
+      s.lengthOfWord(w) != size || bytesOf(s.word(w)) != want)
+    fail("word", show(t) + " word " + std::to_string(w));
+  if (w > count)
+    return;
+  u32 const last = std::min(count, w + k - 1);
+  want =
+      t.substr(start - 1, ref[last - 1].first + ref[last - 1].second - start);
+  if (bytesOf(s.words(w, k)) != want)
+    fail("words", show(t) + " word " + std::to_string(w));
+  // The phrase of those words is found at its first occurrence.
+  auto const wordAt = [&](u32 i) {
+    return t.substr(ref[i - 1].first - 1, ref[i - 1].second);
+  };
+  u32 first = 0;
+  for (u32 i = 1; first == 0 && i + last - w <= count; ++i) {
+    bool same = true;
+    for (u32 j = 0; j <= last - w; ++j)
+      same = same && wordAt(i + j) == wordAt(w + j);
+    first = same ? i : 0;
+  }
+  if (s.findPhrase(s.words(w, k), 1, DString::wordIndex) != first)
+    fail("findPhrase", show(t) + " word " + std::to_string(w));
 }
 
-// Argument slots that end right before an unreadable page: an argument is
-// copied to the end of its slot, so a read past its stated length ends the
-// run with SIGSEGV, also inside the C library, where sanitizers see
-// nothing. Made once; arguments are at most a few characters long.
-char const* guardedCopy(int slot, std::string const& bytes) {
-  static char* pages[2] = {nullptr, nullptr};
-  static std::size_t const page =
-      static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-  if (pages[slot] == nullptr) {
-    void* const m = mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE,
-                         MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (m == MAP_FAILED ||
-        mprotect(static_cast<char*>(m) + page, page, PROT_NONE) != 0)
-      std::abort();
-    pages[slot] = static_cast<char*>(m);
+// Sample characters of each locale's character set, as byte sequences.
+std::vector<std::string> const& pieces() {
+  static std::vector<std::string> const utf8 = {"a",
+                                                "b",
+                                                " ",
+                                                "\t",
+                                                "\xC3\xA9",
+                                                "\xE3\x81\x82",
+                                                "\xF0\x9F\x98\x80",
+                                                "\xE4\xB8\xAD",
+                                                "A",
+                                                "*",
+                                                "?",
+                                                "\xCE\xB1",
+                                                "\xE3\x80\x80",
+                                                "\n",
+                                                "7"};
+  static std::vector<std::string> const eucjp = {
+      "a",        "b",        " ",        "\t",
+      "\xA4\xA2", "\xB0\xA1", "\x8E\xB1", "\x8F\xB0\xA1",
+      "A",        "*",        "?",        "\xA6\xC1",
+      "\xA1\xA1", "\n",       "7"};
+  static std::vector<std::string> const gb18030 = {
+      "a", "b", " ", "\t", "\xD6\xD0", "\x81\x30\x81\x30", "\xA1\xA1",
+      "\x95\x32\x82\x36", "A", "*", "?", "\xA6\xC1", "\x81\x61", "\n", "7",
+      "\x81\x30\x86\x38",
+      // U+20087 twice: four bytes that convert back as the two after them.
+      "\x95\x32\x90\x31", "\xFE\x51"};
+  static std::string const name =
+      std::getenv("ZYN_FUZZ_LOCALE") ? std::getenv("ZYN_FUZZ_LOCALE") : "";
+  if (name.find("eucJP") != std::string::npos)
+    return eucjp;
+  return name.find("18030") != std::string::npos ? gb18030 : utf8;
+}
+
+// A text of whole characters of the locale, or (when raw) input bytes.
+std::string mbText(dfuzz::Input& in, unsigned int maxPieces, bool raw) {
+  std::string out;
+  unsigned int const count = in.upTo(maxPieces);
+  for (unsigned int i = 0; i < count && !in.empty(); ++i)
+    out += raw ? std::string(1, char(in.byte()))
+               : pieces()[in.byte() % pieces().size()];
+  return out;
+}
+
+// The buffer's character walk and the position mappings against the model:
+// bytes that start no character are characters of one byte.
+void checkCharacters(DString const& s, Model const& m) {
+  auto const& buf = *static_cast<DDBCSBuffer const*>(s.buffer());
+  char const* const text = s;
+  std::mbstate_t state{};
+  for (std::size_t k = 0; k < m.count(); ++k) {
+    u32 const at = u32(m.starts[k]), size = u32(m.chars[k].bytes.size());
+    for (u32 j = 0; j < size; ++j)
+      if (buf.charType(at + j + 1) != (size == 1 ? 0 : int(j + 1)))
+        fail("charType", show(m.t) + " at " + std::to_string(at + j + 1));
+    if (buf.next(text + at) != text + at + size ||
+        buf.prevCharLength(at + size + 1) != size ||
+        buf.charLength(at + 1, &state) != size)
+      fail("character walk", show(m.t) + " at " + std::to_string(at + 1));
   }
-  char* const start = pages[slot] + page - bytes.size();
-  std::memcpy(start, bytes.data(), bytes.size());
-  return start;
+  u32 const n = u32(m.t.size()), count = u32(m.count());
+  if (!m.valid || n > 300)
+    return;
+  std::vector<char> out(2 * n + 16);
+  for (u32 c = 0; c <= count + 1; ++c) {
+    u32 const want = n < 2 ? c == 1 : c && c <= count ? m.starts[c - 1] + 1 : 0;
+    if (findBytePos(text, n, c) != want)
+      fail("findBytePos", show(m.t) + " character " + std::to_string(c));
+  }
+  for (u32 pos = 0; pos <= n + 1; ++pos) {
+    u32 want[4] = {0, 0, 0, 0};
+    if (pos >= 1 && pos <= n) {
+      u32 const k = u32(m.holding(pos)), start = u32(m.starts[k]) + 1;
+      u32 const next = k + 1 < count ? u32(m.starts[k + 1]) + 1 : 0;
+      want[0] = k + 1;
+      want[1] = start == pos ? k + 1 : next ? k + 2 : 0;
+      want[2] = start;
+      want[3] = next;
+    }
+    if (findCharNum(text, n, pos) != want[0] ||
+        findNextCharNum(text, n, pos) != want[1] ||
+        findCurPos(text, n, pos) != want[2] ||
+        findNextPos(text, n, pos) != want[3] ||
+        getRemainString(text, n, pos, '*', out.data()) !=
+            m.rest(pos, '*').size() ||
+        std::string(out.data(), m.rest(pos, '*').size()) != m.rest(pos, '*') ||
+        std::string(getSubString(text, n, pos, '*', out.data(), 9), 9) !=
+            m.sub(pos, 9, '*'))
+      fail("position mapping", show(m.t) + " at " + std::to_string(pos));
+  }
 }
 
 void runOne(dfuzz::Input& in) {
   DString::fgI18NState = in.byte() & 1;
   bool const raw = (in.byte() & 7) == 0;
-  std::string const t = mbText(in, 16, raw);
-  std::string const p = mbText(in, 3, raw);
-  std::string const q = mbText(in, 3, raw);
-  bool const valid = isValid(t) && isValid(p) && isValid(q);
+  std::string t = mbText(in, 16, raw);
+  std::string const p = mbText(in, 3, raw), q = mbText(in, 3, raw);
+  if (in.byte() % 16 == 1) // long enough for the walk's checkpoints
+    for (std::string const piece = t; !piece.empty() && t.size() < 1500;)
+      t += piece;
+  Model const m(t);
+  bool const valid = m.valid && Model(p).valid && Model(q).valid;
   DString s(t.data(), static_cast<u32>(t.size()));
   DString const shared(s);
   std::size_t const n = t.size();
   u32 const a = in.position(n, true);
   u32 const b = in.upTo(static_cast<u32>(n) + 4);
   char const pad = " .*"[in.upTo(2)];
-  auto const pos = [&](char const* what, u32 got) {
-    if (valid && !startsCharacter(t, got))
-      fail(what, "text " + show(t) + " arg " + show(p) + " start " +
-                     std::to_string(a) + " gave " + std::to_string(got));
-  };
-  u32 const pl = static_cast<u32>(p.size());
-  char const* const pd = guardedCopy(0, p);
-  char const* const qd = guardedCopy(1, q);
+  std::string const what = " on " + show(t) + " arg " + show(p) + " " +
+                           show(q) + " a " + std::to_string(a) + " b " +
+                           std::to_string(b);
+  if (n <= 300)
+    checkCharacters(s, m);
+  // The search starts are the character starts at or after, at or before.
+  DBuffer const* const buf = s.buffer();
+  u32 after = 0, before = 0;
+  for (std::size_t start : m.starts)
+    if (start < n) {
+      after = after == 0 && start + 1 >= b ? u32(start + 1) : after;
+      before = start + 1 <= b ? u32(start + 1) : before;
+    }
+  if (b > 0 && (buf->startSearch(b, 1) != after ||
+                buf->startBackwardsSearch(b, 1) != before))
+    fail("startSearch", what);
+  u32 const pl = static_cast<u32>(p.size()), ql = static_cast<u32>(q.size());
+  char const* const pd = dmodel::guardedCopy(0, p);
+  char const* const qd = dmodel::guardedCopy(1, q);
+  u32 const start = a == 0xFFFFFFFFu ? 1 : a;
   u32 const op = in.upTo(28);
   DString r(s);
+  u32 found = 0; // a search's answer
+  std::function<void()> const ops[] = {
+      [&] { found = s.indexOf(pd, pl, a); },
+      [&] { found = s.lastIndexOf(pd, pl, a); },
+      [&] { found = s.indexOfAnyOf(pd, pl, a); },
+      [&] { found = s.indexOfAnyBut(pd, pl, a); },
+      [&] { found = s.lastIndexOfAnyOf(pd, pl, a); },
+      [&] { found = s.lastIndexOfAnyBut(pd, pl, a); },
+      [&] { (void)s.occurrencesOf(pd, pl, a); },
+      [&] { r = s.subString(start, b, pad); },
+      [&] { r = s.subString(start); },
+      [&] { r.upperCase(); },
+      [&] { r.lowerCase(); },
+      [&] { r.translate(pd, pl, qd, ql, pad); },
+      [&] { r.strip(pd, pl, static_cast<DStringEnum::StripMode>(b % 3)); },
+      [&] { r.reverse(); },
+      [&] { r.overlayWith(pd, pl, b, pad); },
+      [&] { r.insert(pd, pl, b, pad); },
+      [&] { r.remove(start, b); },
+      [&] { r.leftJustify(b, pad); },
+      [&] { r.rightJustify(b, pad); },
+      [&] { r.center(b, pad); },
+      [&] { r.change(pd, pl, qd, ql, b, 0xFFFFFFFFu); },
+      [&] {
+        if (valid)
+          checkWords(s, t, b % 4 + 1, a % 3 + 1);
+      },
+      [&] { r.space(b % 3, pad); },
+      [&] { r.removeWords(b % 3 + 1, 1); },
+      [&] {
+        DString const other(pd, pl);
+        (void)(s == other);
+        (void)(s < other);
+        (void)s.isLike(pd, pl, '*', '?');
+        (void)s.isAbbrevFor(pd, pl, 0);
+        // Classes hold when every character's wide value passes (never
+        // for the empty text); the multibyte tests count wide characters.
+        bool ok[12] = {}, multi = true;
+        int (*const classes[12])(wint_t) = {
+            std::iswalnum, std::iswalpha,  std::iswcntrl, std::iswdigit,
+            std::iswgraph, std::iswxdigit, std::iswlower, std::iswprint,
+            std::iswpunct, std::iswupper,  std::iswspace, nullptr};
+        for (int k = 0; k < 11; ++k) {
+          ok[k] = n > 0;
+          for (Model::Char const& c : m.chars)
+            ok[k] = ok[k] && classes[k](wint_t(c.wide));
+        }
+        for (Model::Char const& c : m.chars)
+          multi = multi && c.bytes.size() > 1;
+        bool const got[12] = {
+            s.isAlphanumeric(), s.isAlphabetic(), s.isControl(),
+            s.isDigits(),       s.isGraphics(),   s.isHexDigits(),
+            s.isLowerCase(),    s.isPrintable(),  s.isPunctuation(),
+            s.isUpperCase(),    s.isWhiteSpace(), false};
+        bool const isMBCS = m.wideCount == m.count(), isSBCS = !m.wideCount;
+        if (std::memcmp(ok, got, sizeof ok) != 0 || s.isMBCS() != isMBCS ||
+            s.isDBCS() != isMBCS || s.includesSBCS() == isMBCS ||
+            s.isSBCS() != isSBCS || s.includesMBCS() == isSBCS ||
+            s.includesDBCS() == isSBCS || s.isValidMBCS() != multi ||
+            s.isValidDBCS() != multi)
+          fail("character classes", what);
+        // The byte strategy compares bytes.
+        int const order = t.compare(p);
+        if (DString::fgI18NState == 0 &&
+            buf->compare(pd, pl) != (order < 0   ? 2u
+                                     : order > 0 ? 1u
+                                                 : 0u))
+          fail("compare", what);
+      },
+      [&] { r = s + DString(pd, pl); },
+      [&] { // a word into a target that holds q (reused when not empty)
+        std::string const input = p + " " + q;
+        std::istringstream stream(input);
+        r = DString(q.data(), ql);
+        stream >> r;
+        std::size_t const i = input.find_first_not_of("\t\n\v\f\r ");
+        std::string const word =
+            i == std::string::npos
+                ? ""
+                : input.substr(i, input.find_first_of("\t\n\v\f\r ", i) - i);
+        if (bytesOf(r) != word)
+          fail("operator>>", what + " gave " + show(bytesOf(r)));
+      },
+      [&] { // a line: everything up to the first newline
+        std::string const input = p + q + "\n" + t;
+        std::istringstream stream(input);
+        r = DString::lineFrom(stream);
+        if (bytesOf(r) != input.substr(0, input.find('\n')))
+          fail("lineFrom", what + " gave " + show(bytesOf(r)));
+      },
+      [&] { r.strip(); }, // white space: iswspace on wide characters
+  };
   try {
-    switch (op) {
-    case 0:
-      pos("indexOf", s.indexOf(pd, pl, a));
-      break;
-    case 1:
-      pos("lastIndexOf", s.lastIndexOf(pd, pl, a));
-      break;
-    case 2:
-      pos("indexOfAnyOf", s.indexOfAnyOf(pd, pl, a));
-      break;
-    case 3:
-      pos("indexOfAnyBut", s.indexOfAnyBut(pd, pl, a));
-      break;
-    case 4:
-      pos("lastIndexOfAnyOf", s.lastIndexOfAnyOf(pd, pl, a));
-      break;
-    case 5:
-      pos("lastIndexOfAnyBut", s.lastIndexOfAnyBut(pd, pl, a));
-      break;
-    case 6:
-      pos("occurrencesOf", 0);
-      (void)s.occurrencesOf(pd, pl, a);
-      break;
-    case 7:
-      r = s.subString(a == 0xFFFFFFFFu ? 1 : a, b, pad);
-      break;
-    case 8:
-      r = s.subString(a == 0xFFFFFFFFu ? 1 : a);
-      break;
-    case 9:
-      r.upperCase();
-      break;
-    case 10:
-      r.lowerCase();
-      break;
-    case 11:
-      r.translate(pd, pl, qd, static_cast<u32>(q.size()), pad);
-      break;
-    case 12:
-      r.strip(pd, pl, static_cast<DStringEnum::StripMode>(b % 3));
-      break;
-    case 13:
-      r.reverse();
-      break;
-    case 14:
-      r.overlayWith(pd, pl, b, pad);
-      break;
-    case 15:
-      r.insert(pd, pl, b, pad);
-      break;
-    case 16:
-      r.remove(a == 0xFFFFFFFFu ? 1 : a, b);
-      break;
-    case 17:
-      r.leftJustify(b, pad);
-      break;
-    case 18:
-      r.rightJustify(b, pad);
-      break;
-    case 19:
-      r.center(b, pad);
-      break;
-    case 20:
-      r.change(pd, pl, qd, static_cast<u32>(q.size()), b, 0xFFFFFFFFu);
-      break;
-    case 21:
-      pos("indexOfWord", s.indexOfWord(b % 4 + 1, 1, 0));
-      r = s.words(b % 3 + 1, 2);
-      break;
-    case 22:
-      r.space(b % 3, pad);
-      break;
-    case 23:
-      r.removeWords(b % 3 + 1, 1);
-      break;
-    case 24: {
-      DString const other(pd, pl);
-      (void)(s == other);
-      (void)(s < other);
-      (void)s.isLike(pd, pl, '*', '?');
-      (void)s.isAbbrevFor(pd, pl, 0);
-      (void)s.buffer()->compare(pd, pl);
-      (void)s.isAlphabetic();
-      (void)s.isValidMBCS();
-      (void)s.includesMBCS();
-      break;
-    }
-    case 26: { // a word into a target that holds q (reused when not empty)
-      std::string const input = p + " " + q;
-      std::istringstream stream(input);
-      r = DString(q.data(), static_cast<u32>(q.size()));
-      stream >> r;
-      if (bytesOf(r) != wordOf(input))
-        fail("operator>>", "input " + show(input) + " target " + show(q) +
-                               " gave " + show(bytesOf(r)));
-      break;
-    }
-    case 28:
-      r.strip(); // white space: iswspace on wide characters (see the model)
-      break;
-    case 27: { // a line: everything up to the first newline
-      std::string const input = p + q + "\n" + t;
-      std::istringstream stream(input);
-      r = DString::lineFrom(stream);
-      if (bytesOf(r) != input.substr(0, input.find('\n')))
-        fail("lineFrom", "input " + show(input) + " gave " + show(bytesOf(r)));
-      break;
-    }
-    default:
-      r = s + DString(p.data(), pl);
-      break;
-    }
+    ops[op]();
   } catch (DException const& e) {
     // Invalid text may raise message 1012 (an invalid or incomplete
     // character); valid text must never raise anything here.
     if (valid || e.errorId() != 1012)
       fail("exception", std::string(e.name()) + " id " +
                             std::to_string(e.errorId()) + " from operation " +
-                            std::to_string(op) + " on " + show(t) + " arg " +
-                            show(p) + " a " + std::to_string(a) + " b " +
-                            std::to_string(b));
+                            std::to_string(op) + what);
     return;
   }
+  if (valid && !m.isStart(found))
+    fail("search",
+         std::to_string(op) + what + " gave " + std::to_string(found));
   std::string want;
+  std::string const got = bytesOf(r);
   if (valid && DString::fgI18NState == 1 &&
-      wideModel(op, t, p, q, a, b, pad, want) && bytesOf(r) != want)
-    fail("wide edit", "operation " + std::to_string(op) + " on " + show(t) +
-                          " arg " + show(p) + " " + show(q) + " a " +
-                          std::to_string(a) + " b " + std::to_string(b) +
-                          " gave " + show(bytesOf(r)) + " want " + show(want));
-  if (valid && !isValid(bytesOf(r)))
-    fail("edit", "operation " + std::to_string(op) + " on " + show(t) +
-                     " arg " + show(p) + " a " + std::to_string(a) + " b " +
-                     std::to_string(b) + " gave " + show(bytesOf(r)));
+      wideModel(op, m, p, q, a, b, pad, want) && got != want)
+    fail("wide edit", std::to_string(op) + what + " gave " + show(got) +
+                          " want " + show(want));
+  if (valid && !Model(got).valid)
+    fail("edit", std::to_string(op) + what + " gave " + show(got));
   if (bytesOf(shared) != t)
-    fail("copy on write", "operation " + std::to_string(op) + " on " + show(t));
+    fail("copy on write", std::to_string(op) + what);
 }
 
 #if defined(__GNUC__)
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 #endif
-// Invalid input raises message 1012 often; its trace reports would only
-// slow the run down, so they are dropped.
+// Invalid input raises message 1012 often; its reports are dropped.
 class QuietTrace : public DException::TraceFn {
 public:
   void write(char const*) override {}

@@ -100,16 +100,13 @@ TEST(DBaseMessageFile, SetAndKeep) {
   EXPECT_STRNE(missingText, DBase::messageText(4).text());
 }
 
-// Run only as a fresh child process by the tests below: reports the state
-// the library is in at its first use.
-TEST(DBaseFreshProcess, Report) {
-  char const* const mode = std::getenv("ZYN_FRESH_MSGFILE");
-  if (mode == nullptr)
-    GTEST_SKIP() << "runs only in a child started by DBaseMessageFile tests";
-  if (std::string(mode) == "unset")
+// The state the library is in at its first use, in a fresh process.
+DTEST_CHILD(FirstUse) {
+  std::string const mode = std::getenv("ZYN_FRESH_MSGFILE");
+  if (mode == "unset")
     unsetenv("KOVRA MSGFILE");
   else
-    setenv("KOVRA MSGFILE", mode, 1);
+    setenv("KOVRA MSGFILE", mode.c_str(), 1);
   std::printf("fresh: file [%s]\n", DBase::messageFile());
   std::printf("fresh: handler %s\n",
               std::get_new_handler() == &DKOVR_Init::newHandler ? "library"
@@ -133,8 +130,8 @@ TEST(DBaseMessageFile, FirstUseInFreshProcess) {
                         {"/some/where.cat", "/some/where.cat"}};
   for (auto const& c : cases) {
     SCOPED_TRACE(c.mode);
-    dtest::ChildResult const child = dtest::runSelf(
-        "DBaseFreshProcess.Report", {{"ZYN_FRESH_MSGFILE", c.mode}});
+    dtest::ChildResult const child =
+        dtest::runChild("FirstUse", {{"ZYN_FRESH_MSGFILE", c.mode}});
     EXPECT_EQ(0, child.exitCode) << child.output;
     std::vector<std::string> const want = {std::string("file [") + c.file + "]",
                                            "handler library",
@@ -234,36 +231,6 @@ TEST(DMessageText, CopiesKeepTextAndLoadedFlag) {
   EXPECT_STREQ("100%% a", copy.text());
 }
 
-TEST(DMessageText, ReplaceVarsDirectly) {
-  DMessageText m(999, nullptr);
-  char a[] = "A";
-  char b[] = "B";
-  char* values[] = {a, b};
-  struct Case {
-    char const* text;
-    unsigned long count;
-    char const* want;
-  };
-  Case const cases[] = {{"", 2, ""},
-                        {"%1%2", 2, "AB"},
-                        {"%1%2", 1, "A%2"},
-                        {"%1%2", 0, "%1%2"},
-                        {"%%%%2", 2, "%%%%2"},
-                        {"%", 2, "%"},
-                        {"x%%", 2, "x%%"},
-                        {"%21", 2, "B1"},
-                        {"\xE9%1\xFF", 1,
-                         "\xE9"
-                         "A\xFF"},
-                        {"end\r\n", 0, "end\r\n"}}; // stripping is not here
-  for (auto const& c : cases) {
-    SCOPED_TRACE(c.text);
-    char* const result = m.replaceVars(c.text, values, c.count);
-    EXPECT_STREQ(c.want, result);
-    delete[] result;
-  }
-}
-
 TEST(DBaseMessageFile, MessageTextUsesNameInForce) {
   DMessageText const before = DBase::messageText(14, "a");
   {
@@ -359,12 +326,9 @@ TEST(DMessageText, AllocationBypassesNewHandler) {
   EXPECT_EQ(want, dtest::linesWith(child.output, "child: "));
 }
 
-// Run only as a fresh child by DBaseThread.FirstUseFromTwoThreads: two
-// threads raise the process's first library exceptions at once, so both
-// make the first use of the catalogue name.
-TEST(DBaseFreshProcess, TwoThreadsRaiseFirst) {
-  if (std::getenv("ZYN_FRESH_THREADS") == nullptr)
-    GTEST_SKIP() << "runs only in a child started by DBaseThread tests";
+// Two threads raise a fresh process's first library exceptions at once, so
+// both make the first use of the catalogue name.
+DTEST_CHILD(TwoThreadsRaiseFirst) {
   DString const first("made before the threads start");
   std::atomic<bool> go(false);
   std::string texts[2];
@@ -391,8 +355,7 @@ TEST(DBaseFreshProcess, TwoThreadsRaiseFirst) {
 TEST(DBaseThread, FirstUseFromTwoThreads) {
   std::string const text1010 = DBase::messageText(1010).text();
   ASSERT_STRNE(missingText, text1010.c_str());
-  dtest::ChildResult const child = dtest::runSelf(
-      "DBaseFreshProcess.TwoThreadsRaiseFirst", {{"ZYN_FRESH_THREADS", "1"}});
+  dtest::ChildResult const child = dtest::runChild("TwoThreadsRaiseFirst", {});
   EXPECT_EQ(0, child.exitCode) << child.output;
   std::vector<std::string> const want = {
       std::string("file [") + DBase::messageFile() + "]", text1010, text1010};

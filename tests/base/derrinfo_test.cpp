@@ -115,50 +115,41 @@ void checkTypeCase(TypeCase const& tc, Caught const& c) {
 
 } // namespace
 
-TEST(DThrowHelpers, LibraryErrorByType) {
+// Each helper throws the class of each type, with its own id, group and
+// text: the library's message 1 filled in, an error information's text, or
+// the message of a named catalogue without substitutions.
+TEST(DThrowHelpers, EachTypeByEachHelper) {
   std::string const text = DBase::messageText(1, "boom").text();
-  for (auto const& tc : typeCases) {
-    SCOPED_TRACE(tc.name);
-    Caught const c = catchFrom([&tc] {
-      DExcept__throwLibraryError(1, DExceptionLocation("lib", nullptr, 10),
-                                 tc.type, tc.severity, "boom");
-    });
-    checkTypeCase(tc, c);
-    EXPECT_EQ(1ul, c.id);
-    EXPECT_EQ("Zorvane Class Library", c.group);
-    EXPECT_EQ(text, c.text);
-    EXPECT_EQ("lib", c.file);
-    EXPECT_EQ(10ul, c.line);
-  }
-}
-
-TEST(DThrowHelpers, ErrorInfoByType) {
   DSystemErrorInfo const info(77, "sys");
   static char const group[] = "Caller Group";
   for (auto const& tc : typeCases) {
     SCOPED_TRACE(tc.name);
-    Caught const c = catchFrom([&] {
+    Caught const lib = catchFrom([&tc] {
+      DExcept__throwLibraryError(1, DExceptionLocation("lib", nullptr, 10),
+                                 tc.type, tc.severity, "boom");
+    });
+    checkTypeCase(tc, lib);
+    EXPECT_EQ(1ul, lib.id);
+    EXPECT_EQ("Zorvane Class Library", lib.group);
+    EXPECT_EQ(text, lib.text);
+    EXPECT_EQ("lib", lib.file);
+    EXPECT_EQ(10ul, lib.line);
+    Caught const byInfo = catchFrom([&] {
       info.throwError(DExceptionLocation("info", nullptr, 20), tc.type,
                       tc.severity, group);
     });
-    checkTypeCase(tc, c);
-    EXPECT_EQ(77ul, c.id);
-    EXPECT_EQ(group, c.group);
-    EXPECT_EQ(info.text(), c.text);
-  }
-}
-
-TEST(DThrowHelpers, ThrowErrorUsesNamedCatalogue) {
-  for (auto const& tc : typeCases) {
-    SCOPED_TRACE(tc.name);
-    Caught const c = catchFrom([&tc] {
+    checkTypeCase(tc, byInfo);
+    EXPECT_EQ(77ul, byInfo.id);
+    EXPECT_EQ(group, byInfo.group);
+    EXPECT_EQ(info.text(), byInfo.text);
+    Caught const named = catchFrom([&tc] {
       DExcept__throwError(1, DExceptionLocation("err", nullptr, 30), "unread",
                           "Given Group", tc.type, tc.severity, testCatalogue);
     });
-    checkTypeCase(tc, c);
-    EXPECT_EQ(1ul, c.id);
-    EXPECT_EQ("Given Group", c.group);
-    EXPECT_EQ("Bad %1 at %2", c.text); // no substitutions
+    checkTypeCase(tc, named);
+    EXPECT_EQ(1ul, named.id);
+    EXPECT_EQ("Given Group", named.group);
+    EXPECT_EQ("Bad %1 at %2", named.text);
   }
   Caught const none = catchFrom([] {
     DExcept__throwError(5, DExceptionLocation("err", nullptr, 31), nullptr, "G",

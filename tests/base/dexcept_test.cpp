@@ -11,6 +11,7 @@
 #include <new>
 #include <string>
 #include <typeinfo>
+#include <vector>
 
 namespace {
 
@@ -64,21 +65,27 @@ TEST(DException, ClassTreeNamesAndHandlers) {
   checkClass<DAssertionFailure>("DAssertionFailure", "DException");
 }
 
-TEST(DException, ConstructorDefaults) {
-  DException const e("abc", 1010, DException::recoverable);
+TEST(DException, ConstructorAndSetters) {
+  DException e("abc", 1010, DException::recoverable);
   EXPECT_TRUE(e.isRecoverable());
   EXPECT_EQ(1010ul, e.errorId());
   EXPECT_STREQ("Zorvane Class Library", e.errorCodeGroup());
   EXPECT_EQ(0ul, e.locationCount());
   EXPECT_EQ(1ul, e.textCount());
   EXPECT_STREQ("abc", e.text(0));
-
+  static char const group[] = "My Group";
+  e.setSeverity(DException::unrecoverable)
+      .setErrorId(42)
+      .setErrorCodeGroup(group);
+  EXPECT_FALSE(e.isRecoverable());
+  EXPECT_EQ(42ul, e.errorId());
+  EXPECT_EQ(group, e.errorCodeGroup()); // the pointer itself
+  e.setSeverity(DException::recoverable);
+  EXPECT_TRUE(e.isRecoverable());
   DException const none(nullptr, 0, DException::unrecoverable);
   EXPECT_FALSE(none.isRecoverable());
   EXPECT_EQ(0ul, none.textCount());
   EXPECT_EQ(nullptr, none.text(0));
-  EXPECT_EQ(DBase::unrecoverable, DException::unrecoverable);
-  EXPECT_EQ(DBase::recoverable, DException::recoverable);
 }
 
 TEST(DException, GroupTextsAndConstructorLiteral) {
@@ -94,22 +101,6 @@ TEST(DException, GroupTextsAndConstructorLiteral) {
   DException const e("x", 1, DException::recoverable);
   DException::baseLibrary = saved;
   EXPECT_STREQ("Zorvane Class Library", e.errorCodeGroup());
-}
-
-TEST(DException, SettersChainAndStorePointers) {
-  static char const group[] = "My Group";
-  DException e(nullptr, 0, DException::recoverable);
-  DException& same = e.setSeverity(DException::unrecoverable)
-                         .setErrorId(42)
-                         .setErrorCodeGroup(group);
-  EXPECT_EQ(&e, &same);
-  EXPECT_FALSE(e.isRecoverable());
-  EXPECT_EQ(42ul, e.errorId());
-  EXPECT_EQ(group, e.errorCodeGroup());
-  e.setErrorCodeGroup(nullptr);
-  EXPECT_EQ(nullptr, e.errorCodeGroup());
-  e.setSeverity(DException::recoverable);
-  EXPECT_TRUE(e.isRecoverable());
 }
 
 TEST(DException, LocationsKeepFirstFourAndLatest) {
@@ -139,19 +130,11 @@ TEST(DException, LocationsKeepFirstFourAndLatest) {
   EXPECT_EQ(nullptr, partial.locationAtIndex(partial.locationCount()));
 }
 
-TEST(DExceptionLocation, DefaultsAndUnknownFunction) {
+TEST(DExceptionLocation, Defaults) {
   DExceptionLocation const none;
   EXPECT_EQ(nullptr, none.fileName());
   EXPECT_STREQ("Unknown", none.functionName());
   EXPECT_EQ(0ul, none.lineNumber());
-  DExceptionLocation const explicitNone(nullptr, nullptr, 0);
-  EXPECT_STREQ("Unknown", explicitNone.functionName());
-
-  static char const file[] = "dbuffer0";
-  DExceptionLocation const full(file, "fn", 561);
-  EXPECT_EQ(file, full.fileName()); // the pointer itself, not a copy
-  EXPECT_STREQ("fn", full.functionName());
-  EXPECT_EQ(561ul, full.lineNumber());
 }
 
 TEST(DException, TextLinesNewestFirst) {
@@ -229,62 +212,28 @@ TEST(DException, CopyOwnsItsTextsAndLocations) {
   EXPECT_EQ(0ul, emptyCopy.textCount());
 }
 
-TEST(DExcText, DeepCopyAndAppend) {
-  auto* older = new DExcText("older", nullptr);
-  DExcText head("head", older); // adopts older
-  EXPECT_EQ(older, head.next());
-  DExcText copy(head);
-  ASSERT_NE(nullptr, copy.next());
-  EXPECT_NE(older, copy.next());
-  EXPECT_STREQ("head", copy.text());
-  EXPECT_STREQ("older", copy.next()->text());
-  EXPECT_EQ(nullptr, copy.next()->next());
-  copy.appendText("+");
-  EXPECT_STREQ("head+", copy.text());
-  EXPECT_STREQ("head", head.text());
-}
-
+// Logged once before the throw, with the caller's text and the group named
+// by its own literal (the class variable `other` may point elsewhere).
 TEST(DException, AssertParameterThrowsAssertionFailure) {
   dtest::RecordingTrace trace;
+  char const* const saved = DException::other;
+  DException::other = "Changed";
   bool thrown = false;
   try {
     DException::assertParameter("t", DExceptionLocation("file", "fn", 12));
   } catch (DAssertionFailure const& e) {
-    thrown = true;
-    EXPECT_EQ(0ul, e.errorId());
-    EXPECT_FALSE(e.isRecoverable());
+    thrown = !e.isRecoverable() && e.locationCount() == 1 && e.textCount() == 1;
     EXPECT_STREQ("Other Error Group", e.errorCodeGroup());
-    ASSERT_EQ(1ul, e.locationCount());
-    EXPECT_STREQ("file", e.locationAtIndex(0)->fileName());
-    EXPECT_STREQ("fn", e.locationAtIndex(0)->functionName());
-    EXPECT_EQ(12ul, e.locationAtIndex(0)->lineNumber());
-    ASSERT_EQ(1ul, e.textCount());
-    EXPECT_STREQ("t", e.text(0)); // the caller's text, not a catalogue text
-  }
-  EXPECT_TRUE(thrown);
-  // Logged once, before the throw.
-  EXPECT_EQ(1, trace.logged);
-  ASSERT_EQ(5u, trace.lines.size());
-  EXPECT_EQ("DAssertionFailure exception thrown.\n   function: fn\n"
-            "   file: file\n   line: 12",
-            trace.lines[0]);
-  EXPECT_EQ("   Error Id is unavailable.", trace.lines[1]);
-}
-
-// assertParameter names the group by its text; the class variable `other`
-// may point elsewhere without changing it.
-TEST(DException, AssertParameterGroupIsTheLiteral) {
-  dtest::RecordingTrace trace;
-  char const* const saved = DException::other;
-  DException::other = "Changed";
-  std::string group;
-  try {
-    DException::assertParameter("t", DExceptionLocation("f", nullptr, 1));
-  } catch (DException const& e) {
-    group = e.errorCodeGroup();
   }
   DException::other = saved;
-  EXPECT_EQ("Other Error Group", group);
+  EXPECT_TRUE(thrown);
+  EXPECT_EQ(1, trace.logged);
+  std::vector<std::string> const want = {
+      "DAssertionFailure exception thrown.\n   function: fn\n"
+      "   file: file\n   line: 12",
+      "   Error Id is unavailable.", "   Error Code group is Other Error Group",
+      "   Exception text is:", "      t"};
+  EXPECT_EQ(want, trace.lines);
 }
 
 TEST(DException, TerminateCallsTerminateHandler) {

@@ -81,83 +81,63 @@ public:
 
 } // namespace
 
-TEST(DExceptTrace, OneLocationOneTextIsFiveWrites) {
-  dtest::RecordingTrace trace;
-  DInvalidRequest e("boom", 1010, DException::recoverable);
-  e.addLocation(DExceptionLocation("dbuffer0", nullptr, 561));
-  DException& back = e.logExceptionData();
-  EXPECT_EQ(&e, &back);
-  Lines const want = {"DInvalidRequest exception thrown.\n"
-                      "   function: Unknown\n"
-                      "   file: dbuffer0\n"
-                      "   line: 561",
-                      "   Error Id is 1010",
-                      "   Error Code group is Zorvane Class Library",
-                      "   Exception text is:", "      boom"};
-  EXPECT_EQ(want, trace.lines);
-  EXPECT_EQ(1, trace.logged);
-}
-
-TEST(DExceptTrace, NoLocationStartsWithEmptyLine) {
-  dtest::RecordingTrace trace;
-  DException e(nullptr, 0, DException::unrecoverable);
-  e.logExceptionData();
-  Lines const want = {"\nDException exception thrown.\n"
-                      "   Location information is unavailable.",
-                      "   Error Id is unavailable.",
-                      "   Error Code group is Zorvane Class Library",
-                      "   Exception text is unavailable."};
-  EXPECT_EQ(want, trace.lines);
-  EXPECT_EQ(1, trace.logged);
-
-  // Without a group the line has four leading blanks.
-  trace.lines.clear();
-  e.setErrorCodeGroup(nullptr).logExceptionData();
-  ASSERT_EQ(4u, trace.lines.size());
-  EXPECT_EQ("    Error Code group is unavailable.", trace.lines[2]);
-}
-
-TEST(DExceptTrace, TextsOldestFirst) {
-  dtest::RecordingTrace trace;
-  DDeviceError e(nullptr, 5, DException::recoverable);
-  e.setText("first").setText("second").setText("third");
-  e.setErrorCodeGroup(DException::operatingSystem);
-  e.addLocation(DExceptionLocation("f", "fn", 1));
-  e.logExceptionData();
-  Lines const want = {"DDeviceError exception thrown.\n"
-                      "   function: fn\n"
-                      "   file: f\n"
-                      "   line: 1",
-                      "   Error Id is 5",
-                      "   Error Code group is Operating System",
-                      "   Exception text is:",
-                      "      first",
-                      "      second",
-                      "      third"};
-  EXPECT_EQ(want, trace.lines);
-}
-
-TEST(DExceptTrace, ReportsLatestLocation) {
-  dtest::RecordingTrace trace;
-  DException e("x", 1, DException::recoverable);
-  static char const* const files[] = {"a", "b", "c", "d", "e", "sixth"};
-  for (unsigned long i = 0; i < 6; ++i)
-    e.addLocation(DExceptionLocation(files[i], nullptr, 10 + i));
-  e.logExceptionData();
-  ASSERT_FALSE(trace.lines.empty());
-  EXPECT_EQ("DException exception thrown.\n   function: Unknown\n"
-            "   file: sixth\n   line: 15",
-            trace.lines[0]);
-
-  trace.lines.clear();
-  DException two("x", 1, DException::recoverable);
-  two.addLocation(DExceptionLocation("first", nullptr, 1));
-  two.addLocation(DExceptionLocation("second", "g", 2));
-  two.logExceptionData();
-  ASSERT_FALSE(trace.lines.empty());
-  EXPECT_EQ("DException exception thrown.\n   function: g\n"
-            "   file: second\n   line: 2",
-            trace.lines[0]);
+// The report, one write per line group, and one exceptionLogged().
+TEST(DExceptTrace, Reports) {
+  DInvalidRequest one("boom", 1010, DException::recoverable);
+  one.addLocation(DExceptionLocation("dbuffer0", nullptr, 561));
+  DException none(nullptr, 0, DException::unrecoverable);
+  DException ungrouped(nullptr, 0, DException::unrecoverable);
+  ungrouped.setErrorCodeGroup(nullptr);
+  DDeviceError texts(nullptr, 5, DException::recoverable);
+  texts.setText("first").setText("second").setText("third");
+  texts.setErrorCodeGroup(DException::operatingSystem);
+  texts.addLocation(DExceptionLocation("f", "fn", 1));
+  DException latest("x", 1, DException::recoverable);
+  for (char const* file : {"a", "b", "c", "d", "e", "sixth"})
+    latest.addLocation(DExceptionLocation(file, nullptr, 10));
+  DException second("x", 1, DException::recoverable);
+  second.addLocation(DExceptionLocation("first", nullptr, 1));
+  second.addLocation(DExceptionLocation("second", "g", 2));
+  std::string const library = "   Error Code group is Zorvane Class Library";
+  struct Row {
+    DException& e;
+    Lines want;
+  };
+  Row const rows[] = {
+      {one,
+       {"DInvalidRequest exception thrown.\n   function: Unknown\n"
+        "   file: dbuffer0\n   line: 561",
+        "   Error Id is 1010", library, "   Exception text is:", "      boom"}},
+      {none,
+       {"\nDException exception thrown.\n"
+        "   Location information is unavailable.",
+        "   Error Id is unavailable.", library,
+        "   Exception text is unavailable."}},
+      {ungrouped, // four leading blanks
+       {"\nDException exception thrown.\n"
+        "   Location information is unavailable.",
+        "   Error Id is unavailable.", "    Error Code group is unavailable.",
+        "   Exception text is unavailable."}},
+      {texts, // oldest text first
+       {"DDeviceError exception thrown.\n   function: fn\n   file: f\n"
+        "   line: 1",
+        "   Error Id is 5", "   Error Code group is Operating System",
+        "   Exception text is:", "      first", "      second", "      third"}},
+      {latest,
+       {"DException exception thrown.\n   function: Unknown\n"
+        "   file: sixth\n   line: 10",
+        "   Error Id is 1", library, "   Exception text is:", "      x"}},
+      {second,
+       {"DException exception thrown.\n   function: g\n   file: second\n"
+        "   line: 2",
+        "   Error Id is 1", library, "   Exception text is:", "      x"}},
+  };
+  for (Row const& r : rows) {
+    dtest::RecordingTrace trace;
+    EXPECT_EQ(&r.e, &r.e.logExceptionData());
+    EXPECT_EQ(r.want, trace.lines);
+    EXPECT_EQ(1, trace.logged);
+  }
 }
 
 // Line numbers are reported as 32-bit signed values; a missing file name

@@ -18,18 +18,16 @@
 
 using dtest::bytes;
 
+using dtest::make;
+
 namespace {
 
 std::vector<std::pair<std::string, std::string>> collated;
 bool recordCollation = false;
 int collationErrno = 0;
 
-DString text(std::string const& s) {
-  return DString(s.data(), static_cast<unsigned int>(s.size()));
-}
-
 unsigned int compare(std::string const& a, std::string const& b) {
-  DString const s = text(a);
+  DString const s = make(a);
   return s.buffer()->compare(b.data(), static_cast<unsigned int>(b.size()));
 }
 
@@ -200,7 +198,7 @@ TEST(DBufferClasses, WholeTextTests) {
   };
   for (auto const& c : cases) {
     SCOPED_TRACE(testing::Message() << '"' << c.text << '"');
-    DString const s = text(c.text);
+    DString const s = make(c.text);
     bool const got[] = {s.isAlphanumeric(), s.isAlphabetic(), s.isASCII(),
                         s.isControl(),      s.isDigits(),     s.isGraphics(),
                         s.isHexDigits(),    s.isLowerCase(),  s.isPrintable(),
@@ -238,12 +236,12 @@ TEST(DBufferClasses, AgreeWithCtypeForEveryByte) {
   for (auto const& c : classes) {
     for (int a = 0; a < 256; ++a) {
       std::string one(1, static_cast<char>(a));
-      ASSERT_EQ(passes(c.function, a), (text(one).*c.member)()) << a;
+      ASSERT_EQ(passes(c.function, a), (make(one).*c.member)()) << a;
       for (int b :
            {int('0'), int('a'), int('Z'), int(' '), int('!'), 0x7F, 0xE9}) {
         std::string two = one + static_cast<char>(b);
         ASSERT_EQ(passes(c.function, a) && passes(c.function, b),
-                  (text(two).*c.member)())
+                  (make(two).*c.member)())
             << a << "," << b;
       }
     }
@@ -252,11 +250,11 @@ TEST(DBufferClasses, AgreeWithCtypeForEveryByte) {
 
 TEST(DBufferClasses, AsciiScansLongTexts) {
   std::string const plain(1000, 'a');
-  EXPECT_TRUE(text(plain).isASCII());
+  EXPECT_TRUE(make(plain).isASCII());
   for (std::size_t at : {0u, 255u, 256u, 257u, 511u, 999u}) {
     std::string t = plain;
     t[at] = '\x80';
-    EXPECT_FALSE(text(t).isASCII()) << at;
+    EXPECT_FALSE(make(t).isASCII()) << at;
   }
 }
 
@@ -310,7 +308,7 @@ TEST(DBufferClasses, LongTextsAgreeWithTheBytePredicates) {
           SCOPED_TRACE(testing::Message()
                        << "fill " << int(fill[0]) << " length " << length
                        << " byte " << other << " at " << at);
-          ASSERT_EQ(expected(t), answers(text(t)));
+          ASSERT_EQ(expected(t), answers(make(t)));
         }
 }
 

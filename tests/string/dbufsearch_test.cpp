@@ -13,15 +13,10 @@
 
 using dtest::bytes;
 
+using dtest::len;
+using dtest::make;
+
 namespace {
-
-DString text(std::string const& s) {
-  return DString(s.data(), static_cast<unsigned int>(s.size()));
-}
-
-unsigned int len(std::string const& s) {
-  return static_cast<unsigned int>(s.size());
-}
 
 // Records what the predicate was given.
 std::vector<int> seen;
@@ -98,7 +93,7 @@ TEST(DBufferSearch, PatternsForwardAndBackward) {
   for (auto const& c : cases) {
     SCOPED_TRACE(testing::Message() << '"' << c.text << "\" / \"" << c.pattern
                                     << "\" from " << c.start);
-    DString const s = text(c.text);
+    DString const s = make(c.text);
     EXPECT_EQ(c.first, s.indexOf(c.pattern.data(), len(c.pattern), c.start));
     EXPECT_EQ(c.last, s.lastIndexOf(c.pattern.data(), len(c.pattern), c.start));
   }
@@ -136,7 +131,7 @@ TEST(DBufferSearch, ByteSets) {
   for (auto const& c : cases) {
     SCOPED_TRACE(testing::Message() << '"' << c.text << "\" / \"" << c.set
                                     << "\" from " << c.start);
-    DString const s = text(c.text);
+    DString const s = make(c.text);
     char const* set = c.set.data();
     unsigned int const n = len(c.set);
     EXPECT_EQ(c.anyOf, s.indexOfAnyOf(set, n, c.start));
@@ -250,7 +245,7 @@ TEST(DBufferSearch, SubStringPadsToTheCount) {
   for (auto const& c : cases) {
     SCOPED_TRACE(testing::Message()
                  << c.text << " " << c.start << " " << c.count);
-    DString const s = text(c.text);
+    DString const s = make(c.text);
     DString const sub = s.subString(c.start, c.count, '*');
     EXPECT_EQ(c.want, bytes(sub));
     EXPECT_EQ('\0', static_cast<char const*>(sub)[sub.length()]);
@@ -272,125 +267,3 @@ TEST(DBufferSearch, SubStringPadsToTheCount) {
 // Reference scans written straight from the search rules, one position at
 // a time, compared with the library on random texts over a small alphabet
 // that includes NUL and bytes above 0x7F.
-namespace {
-
-unsigned int refStart(unsigned int n, unsigned int start, unsigned int pl) {
-  unsigned int s = start == 0 ? 1 : start;
-  return (n < s || pl > n - s + 1) ? 0 : s;
-}
-unsigned int refBack(unsigned int n, unsigned int start, unsigned int pl) {
-  if (pl > n)
-    return 0;
-  unsigned int s = start < n ? start : n;
-  return s > n - pl + 1 ? n - pl + 1 : s;
-}
-bool inSet(std::string const& set, char c) {
-  return set.find(c) != std::string::npos;
-}
-unsigned int refIndexOf(std::string const& t, std::string const& p,
-                        unsigned int start) {
-  unsigned int s = refStart(len(t), start, len(p));
-  if (s == 0 || p.empty())
-    return 0;
-  for (unsigned int q = s; q + len(p) - 1 <= len(t); ++q)
-    if (t.compare(q - 1, p.size(), p) == 0)
-      return q;
-  return 0;
-}
-unsigned int refLastIndexOf(std::string const& t, std::string const& p,
-                            unsigned int start) {
-  unsigned int s = refBack(len(t), start, len(p));
-  if (s == 0 || p.empty())
-    return 0;
-  for (unsigned int q = s; q >= 1; --q)
-    if (t.compare(q - 1, p.size(), p) == 0)
-      return q;
-  return 0;
-}
-unsigned int refAny(std::string const& t, std::string const& set,
-                    unsigned int start, bool member) {
-  unsigned int s = refStart(len(t), start, 1);
-  if (s == 0 || (member && set.empty()))
-    return 0;
-  for (unsigned int q = s; q <= len(t); ++q)
-    if (inSet(set, t[q - 1]) == member)
-      return q;
-  return 0;
-}
-unsigned int refLastAny(std::string const& t, std::string const& set,
-                        unsigned int start, bool member) {
-  unsigned int s = refBack(len(t), start, 1);
-  if (s == 0 || (member && set.empty()))
-    return 0;
-  for (unsigned int q = s; q >= 1; --q)
-    if (inSet(set, t[q - 1]) == member)
-      return q;
-  return 0;
-}
-
-} // namespace
-
-TEST(DBufferSearch, RandomAgainstReferenceScan) {
-  std::mt19937 rng(20261121);
-  char const alphabet[] = {'a', 'b', 'c', '\0', '\xE9', '\xFF'};
-  auto randomString = [&](unsigned int maxLength) {
-    std::string s(rng() % (maxLength + 1), ' ');
-    for (char& c : s)
-      c = alphabet[rng() % sizeof alphabet];
-    return s;
-  };
-  for (int round = 0; round < 3000; ++round) {
-    std::string const t = randomString(round < 2900 ? 40 : 300);
-    std::string const p = randomString(4);
-    std::string const set = randomString(4);
-    DString const s = text(t);
-    unsigned int const starts[] = {
-        0,      1,          static_cast<unsigned int>(rng() % (len(t) + 3)),
-        len(t), len(t) + 1, 0xFFFFFFFFu};
-    for (unsigned int start : starts) {
-      SCOPED_TRACE(testing::Message()
-                   << "round " << round << " start " << start);
-      ASSERT_EQ(refIndexOf(t, p, start), s.indexOf(p.data(), len(p), start));
-      ASSERT_EQ(refLastIndexOf(t, p, start),
-                s.lastIndexOf(p.data(), len(p), start));
-      ASSERT_EQ(refAny(t, set, start, true),
-                s.indexOfAnyOf(set.data(), len(set), start));
-      ASSERT_EQ(refAny(t, set, start, false),
-                s.indexOfAnyBut(set.data(), len(set), start));
-      ASSERT_EQ(refLastAny(t, set, start, true),
-                s.lastIndexOfAnyOf(set.data(), len(set), start));
-      ASSERT_EQ(refLastAny(t, set, start, false),
-                s.lastIndexOfAnyBut(set.data(), len(set), start));
-    }
-  }
-}
-
-// lastIndexOf on long texts: texts over two bytes with patterns full of
-// repeats (many candidates share the final byte, the last match must win),
-// and over all byte values with long patterns.
-TEST(DBufferSearch, LastIndexOfLongTextsAgainstReferenceScan) {
-  std::mt19937 rng(4711);
-  auto randomString = [&](unsigned int length, unsigned int spread) {
-    std::string s(length, ' ');
-    for (char& c : s)
-      c = static_cast<char>(spread == 256 ? rng() % 256 : 'a' + rng() % spread);
-    return s;
-  };
-  for (int round = 0; round < 400; ++round) {
-    bool const wide = round % 4 == 3;
-    std::string t = randomString(64 + rng() % 2000, wide ? 256 : 2);
-    std::string p = wide ? randomString(1 + rng() % 300, 256)
-                         : randomString(2 + rng() % 10, 2);
-    if (round % 2 == 0 && p.size() <= t.size()) // plant one occurrence
-      t.replace(rng() % (t.size() - p.size() + 1), p.size(), p);
-    DString const s = text(t);
-    unsigned int const starts[] = {
-        0xFFFFFFFFu, len(t), static_cast<unsigned int>(rng() % (len(t) + 1))};
-    for (unsigned int start : starts) {
-      SCOPED_TRACE(testing::Message()
-                   << "round " << round << " start " << start);
-      ASSERT_EQ(refLastIndexOf(t, p, start),
-                s.lastIndexOf(p.data(), len(p), start));
-    }
-  }
-}

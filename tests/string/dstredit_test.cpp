@@ -275,20 +275,3 @@ TEST(DStringEdit, StaticFormsEditACopy) {
   DString const same = DString::upperCase(DString("ABC"));
   EXPECT_EQ("ABC", bytes(same));
 }
-
-TEST(DStringEdit, GuardedOverflowKeepsTheValue) {
-  dtest::RecordingTrace trace;
-  DString s("ab");
-  DBuffer* const before = s.buffer();
-  EXPECT_DEXCEPTION(s.copy(0x80000000u), DInvalidRequest, 1010, true,
-                    "dbuffer0", 561);
-  char const r[] = "r";
-  EXPECT_DEXCEPTION(s.change("a", 1, r, 0xFFFFFFFEu), DInvalidRequest, 1010,
-                    true, "dbuffer0", 561);
-  EXPECT_DEXCEPTION(s.insert(r, 0xFFFFFFFEu, 1), DInvalidRequest, 1010, true,
-                    "dbuffer0", 561);
-  EXPECT_EQ(before, s.buffer());
-  EXPECT_EQ(1u, before->useCount());
-  EXPECT_EQ("ab", bytes(s));
-  EXPECT_EQ("abab", bytes(s.copy(2)));
-}

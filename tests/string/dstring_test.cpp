@@ -9,9 +9,10 @@
 
 #include <climits>
 #include <cstdlib>
+#include <cstring>
+#include <functional>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 using dtest::bytes;
@@ -127,27 +128,6 @@ TEST(DStringShare, PrepareToChangeCopiesOnlyShared) {
   EXPECT_EQ('\0', static_cast<char const*>(b)[3]);
 }
 
-TEST(DStringShare, ThreadsCopyingOneBufferKeepExactCounts) {
-  DString const source("a buffer shared by every thread");
-  DBuffer* shared = source.buffer();
-  constexpr int threads = 4;
-  constexpr int rounds = 250000;
-  std::vector<std::thread> workers;
-  for (int t = 0; t < threads; ++t)
-    workers.emplace_back([&source] {
-      DString keep;
-      for (int i = 0; i < rounds; ++i) {
-        DString copy(source);
-        keep = copy;
-        DString other(keep);
-      }
-    });
-  for (auto& w : workers)
-    w.join();
-  EXPECT_EQ(1u, shared->useCount());
-  EXPECT_EQ(0, DBuffer::refGuard);
-}
-
 //===--- Length overflow --------------------------------------------------===//
 
 TEST(DBufferOverflow, NewBufferChecksBeforeAllocating) {
@@ -250,6 +230,63 @@ TEST(DBufferOverflow, ReportLinesAndReceiverUnchanged) {
   EXPECT_EQ(std::string("      ") + DBase::messageText(1010).text(),
             trace.lines[4]);
   EXPECT_EQ(1, trace.logged);
+}
+
+// Every length-growing operation at its bound: it raises 1010 (reported
+// once) before changing anything, whether the handle holds its buffer
+// alone or shares it, in both values of fgI18NState.
+TEST(DStringBound, GrowingOperationsRaise1010AndChangeNothing) {
+  char const r[] = "r";
+  struct Row {
+    char const* text;
+    std::function<void(DString&)> grow;
+  };
+  Row const rows[] = {
+      {"ab", [](DString& s) { s.copy(0x80000000u); }},
+      {"ab", [](DString& s) { s.copy(0xFFFFFFFFu); }},
+      // A one-byte text passes copy's own check and meets allocate()'s.
+      {"x", [](DString& s) { s.copy(0xFFFFFFFFu); }},
+      {"x", [](DString& s) { s.copy(4294967271u); }},
+      // The replacement is never read: the lengths are checked first.
+      {"ab", [&r](DString& s) { s.change("a", 1, r, 0xFFFFFFFEu, 1, 9); }},
+      {"ab", [&r](DString& s) { s.change("a", 1, r, 0xFFFFFFF1u, 1, 9); }},
+      {"aa", [&r](DString& s) { s.change("a", 1, r, 0x80000000u, 1, 9); }},
+      {"aa", [&r](DString& s) { s.change("a", 1, r, 0xFFFFFFFEu, 1, 9); }},
+      {"ab", [&r](DString& s) { s.insert(r, 0xFFFFFFFEu, 1); }},
+      {"abc", [](DString& s) { s[0xFFFFFFFFu]; }},
+      {"abc", [](DString& s) { s[0xFFFFFFF0u]; }},
+      {"a b", [](DString& s) { s.space(0xFFFFFFFFu, '-'); }},   // first gap
+      {"a b", [](DString& s) { s.space(0xFFFFFFFEu, '-'); }},   // second word
+      {"a b", [](DString& s) { s.space(0xFFFFFFFDu, '-'); }},   // the factory
+      {"a b c", [](DString& s) { s.space(0x80000000u, '-'); }}, // second gap
+  };
+  dtest::RecordingTrace trace;
+  int raised = 0;
+  for (int state : {0, 1}) {
+    dtest::I18NState i18n(state);
+    for (bool shared : {false, true}) {
+      for (auto const& row : rows) {
+        SCOPED_TRACE(std::string(row.text) + " row " +
+                     std::to_string(&row - rows) + " shared " +
+                     std::to_string(shared) + " i18n " + std::to_string(state));
+        DString s(row.text);
+        DString other;
+        if (shared)
+          other = s;
+        DBuffer const* const before = s.buffer();
+        EXPECT_DEXCEPTION(row.grow(s), DInvalidRequest, 1010, true, "dbuffer0",
+                          561);
+        EXPECT_EQ(++raised, trace.logged);
+        EXPECT_EQ(before, s.buffer());
+        EXPECT_EQ(shared ? 2u : 1u, before->useCount());
+        EXPECT_STREQ(row.text, s);
+        EXPECT_EQ(std::strlen(row.text), s.length());
+        if (shared) {
+          EXPECT_STREQ(row.text, other);
+        }
+      }
+    }
+  }
 }
 
 // allocate(4294967270) passes the length check; proving it without 4 GiB

@@ -12,13 +12,12 @@
 #include <sstream>
 #include <string>
 
+using dtest::len;
+using dtest::make;
+
 namespace {
 
 using dtest::bytes;
-
-DString make(std::string const& text) {
-  return DString(std::string_view(text));
-}
 
 bool like(std::string const& text, std::string const& pattern,
           char anyString = '*', char anyChar = '?') {
@@ -109,34 +108,6 @@ TEST(DStringMatch, ManyWildcardsOnLongTextStayCheap) {
   EXPECT_FALSE(like(text, "*a*a*a*a*a*a*a*a*a*a*b"));
   EXPECT_TRUE(like(text + "b", "*a*a*a*a*a*a*a*a*a*a*b"));
   EXPECT_FALSE(like(text, "*aaaaaaaaaaaaaaaaaaab"));
-}
-
-// The plain recursive definition of the match, for short inputs only.
-bool referenceLike(char const* t, char const* tEnd, char const* p,
-                   char const* pEnd) {
-  if (p == pEnd)
-    return t == tEnd;
-  if (*p == '*')
-    return referenceLike(t, tEnd, p + 1, pEnd) ||
-           (t != tEnd && referenceLike(t + 1, tEnd, p, pEnd));
-  return t != tEnd && (*p == '?' || *p == *t) &&
-         referenceLike(t + 1, tEnd, p + 1, pEnd);
-}
-
-TEST(DStringMatch, AgreesWithRecursiveReference) {
-  std::mt19937 random(20261121);
-  std::string const patternBytes = "ab*?";
-  for (int round = 0; round < 4000; ++round) {
-    std::string text, pattern;
-    for (int n = static_cast<int>(random() % 8); n > 0; --n)
-      text += "ab"[random() % 2];
-    for (int n = static_cast<int>(random() % 7); n > 0; --n)
-      pattern += patternBytes[random() % patternBytes.size()];
-    bool const want =
-        referenceLike(text.data(), text.data() + text.size(), pattern.data(),
-                      pattern.data() + pattern.size());
-    ASSERT_EQ(want, like(text, pattern)) << text << " ~ " << pattern;
-  }
 }
 
 //===--- isAbbrevFor ------------------------------------------------------===//

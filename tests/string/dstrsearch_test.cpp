@@ -1,6 +1,6 @@
-// DString's own searches: subString (with the deliberate start-0 asymmetry
-// between the two fgI18NState values), the one-byte forms and the
-// occurrence counts.
+// DString's own searches: subString with a count, the one-byte forms and
+// the occurrence counts (fuzz_sbcs checks subString's start-0 asymmetry
+// between the two fgI18NState values against its model).
 #include "dstring.hpp"
 #include "dtest_support.hpp"
 
@@ -8,32 +8,6 @@
 #include <string>
 
 using dtest::bytes;
-
-TEST(DStringSearch, SubStringRestDependsOnI18NState) {
-  struct Case {
-    unsigned int start;
-    char const* off; // fgI18NState 0
-    char const* on;  // fgI18NState 1
-  };
-  Case const cases[] = {
-      {0, "abc ", "abc"},    {1, "abc", "abc"}, {2, "bc", "bc"},
-      {3, "c", "c"},         {4, "", ""},       {5, "", ""},
-      {0xFFFFFFFFu, "", ""},
-  };
-  DString const abc("abc");
-  for (int state : {0, 1}) {
-    dtest::I18NState const mode(state);
-    for (auto const& c : cases) {
-      SCOPED_TRACE(testing::Message()
-                   << "state " << state << " start " << c.start);
-      DString const rest = abc.subString(c.start);
-      EXPECT_EQ(state ? c.on : c.off, bytes(rest));
-      EXPECT_EQ('\0', static_cast<char const*>(rest)[rest.length()]);
-    }
-  }
-  EXPECT_EQ("abc", bytes(abc));
-  EXPECT_EQ(1u, abc.buffer()->useCount());
-}
 
 TEST(DStringSearch, SubStringWithCount) {
   DString const abc("abc");

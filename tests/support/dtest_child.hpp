@@ -1,22 +1,21 @@
-// Child-process fixtures: run a piece of a test in a forked child (for
-// out-of-memory runs with large allocations failing, terminate() and
-// reports on standard error), or run this test program afresh with a
-// changed environment (for load-time and first-use state).
+// Child processes for tests: a piece of a test run in a forked child (out
+// of memory, terminate(), reports on standard error), or this test program
+// started afresh with a changed environment (load-time and first-use
+// state) to run one child entry point, DTEST_CHILD(Name) { ... }, in place
+// of the tests. A child entry fails when a gtest assertion in it fails.
 #ifndef D_TESTS_DTEST_CHILD_HPP
 #define D_TESTS_DTEST_CHILD_HPP
 
 #include "dexcept.hpp"
 #include "dstring.hpp"
 
+#include <algorithm>
 #include <cerrno>
 #include <clocale>
-#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <exception>
-#include <fcntl.h>
 #include <functional>
+#include <map>
 #include <new>
 #include <string>
 #include <sys/wait.h>
@@ -35,56 +34,42 @@ struct ChildResult {
   std::string output;
 };
 
-// Reads \p fd to its end.
-inline std::string readAll(int fd) {
-  std::string text;
-  char chunk[65536];
-  for (;;) {
-    ssize_t const n = ::read(fd, chunk, sizeof chunk);
-    if (n > 0)
-      text.append(chunk, static_cast<std::size_t>(n));
-    else if (n == 0 || errno != EINTR)
-      break;
-  }
-  return text;
-}
-
-inline ChildResult waitFor(pid_t pid, int readEnd) {
-  ChildResult result;
-  result.output = readAll(readEnd);
-  ::close(readEnd);
-  int status = 0;
-  while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
-  }
-  if (WIFEXITED(status))
-    result.exitCode = WEXITSTATUS(status);
-  else if (WIFSIGNALED(status))
-    result.signal = WTERMSIG(status);
-  return result;
-}
-
 /// Forks with the child's standard output and error sent to a pipe, runs
 /// \p child there (it must not return), and collects the result.
 inline ChildResult forkPiped(std::function<void()> const& child) {
   std::fflush(nullptr);
   int fds[2];
+  ChildResult result;
   if (::pipe(fds) != 0)
-    return ChildResult{};
+    return result;
   pid_t const pid = ::fork();
   if (pid == 0) {
-    ::close(fds[0]);
     ::dup2(fds[1], 1);
     ::dup2(fds[1], 2);
+    ::close(fds[0]);
     ::close(fds[1]);
     child();
     ::_exit(127);
   }
   ::close(fds[1]);
-  return waitFor(pid, fds[0]);
+  char chunk[65536];
+  ssize_t n;
+  while ((n = ::read(fds[0], chunk, sizeof chunk)) != 0)
+    if (n > 0)
+      result.output.append(chunk, static_cast<std::size_t>(n));
+    else if (errno != EINTR)
+      break;
+  ::close(fds[0]);
+  int status = 0;
+  while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+  }
+  result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  result.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+  return result;
 }
 
-/// Runs \p body in a forked child with standard output and error sent to
-/// a pipe; the child exits with what \p body returns (99 if it throws).
+/// Runs \p body in a forked child; the child exits with what \p body
+/// returns (99 if it throws).
 inline ChildResult runInChild(std::function<int()> const& body) {
   return forkPiped([&body] {
     int code = 99;
@@ -101,8 +86,7 @@ inline ChildResult runInChild(std::function<int()> const& body) {
 }
 
 /// From now on every allocation through operator new of at least \p bytes
-/// fails as on an exhausted heap (0: none fails). Defined with the test
-/// program's allocation operators in dtest_alloc.cpp.
+/// fails as on an exhausted heap (0: none fails); see dtest_alloc.cpp.
 void failAllocationsFrom(std::size_t bytes);
 
 /// Whether failAllocationsFrom() works: false when another allocator
@@ -122,42 +106,45 @@ enum class LimitedOutcome {
 /// more fails, and tells how it ended.
 inline LimitedOutcome runWithLimitedMemory(std::size_t failingBytes,
                                            std::function<void()> const& work) {
-  ChildResult const r = runInChild([&] {
-    failAllocationsFrom(failingBytes);
-    try {
-      work();
-      return static_cast<int>(LimitedOutcome::returned);
-    } catch (DInvalidRequest const& e) {
-      return static_cast<int>(e.errorId() == 1010 ? LimitedOutcome::overflow
-                                                  : LimitedOutcome::other);
-    } catch (DOutOfMemory const&) {
-      return static_cast<int>(LimitedOutcome::outOfMemory);
-    } catch (std::bad_alloc const&) {
-      return static_cast<int>(LimitedOutcome::badAlloc);
-    }
-  });
-  return r.exitCode >= 0 && r.exitCode <= 3
-             ? static_cast<LimitedOutcome>(r.exitCode)
-             : LimitedOutcome::other;
+  int const code = runInChild([&] {
+                     failAllocationsFrom(failingBytes);
+                     try {
+                       work();
+                       return 0;
+                     } catch (DInvalidRequest const& e) {
+                       return e.errorId() == 1010 ? 1 : 4;
+                     } catch (DOutOfMemory const&) {
+                       return 2;
+                     } catch (std::bad_alloc const&) {
+                       return 3;
+                     }
+                   }).exitCode;
+  return static_cast<LimitedOutcome>(code >= 0 && code <= 3 ? code : 4);
 }
 
-/// Runs this test program again (a fresh process: no library state) with
-/// only the tests matching \p filter, and with \p setVars set and
-/// \p unsetVars removed in its environment.
+/// The child entry points by name (DTEST_CHILD registers them).
+inline std::map<std::string, void (*)()>& children() {
+  static std::map<std::string, void (*)()> table;
+  return table;
+}
+
+/// Runs this test program again, a fresh process without library state,
+/// with \p setVars set and \p unsetVars removed in its environment; \p arg
+/// is its one argument.
 inline ChildResult
-runSelf(std::string const& filter,
-        std::vector<std::pair<std::string, std::string>> const& setVars,
-        std::vector<std::string> const& unsetVars = {}) {
+runProgram(std::string arg,
+           std::vector<std::pair<std::string, std::string>> const& setVars,
+           std::vector<std::string> const& unsetVars = {}) {
   std::vector<std::string> env;
   for (char** e = environ; *e != nullptr; ++e) {
     std::string const entry(*e);
     std::string const name = entry.substr(0, entry.find('='));
-    bool drop = false;
+    bool keep = true;
     for (auto const& u : unsetVars)
-      drop = drop || name == u;
+      keep = keep && name != u;
     for (auto const& s : setVars)
-      drop = drop || name == s.first;
-    if (!drop)
+      keep = keep && name != s.first;
+    if (keep)
       env.push_back(entry);
   }
   for (auto const& s : setVars)
@@ -166,29 +153,41 @@ runSelf(std::string const& filter,
   for (auto& entry : env)
     envp.push_back(&entry[0]);
   envp.push_back(nullptr);
-  std::string filterArg = "--gtest_filter=" + filter;
   // The program's own path rather than /proc/self/exe, which names the
   // tool when the tests run under valgrind (the child then runs natively).
   char exe[4096] = "/proc/self/exe";
   ssize_t const got = ::readlink("/proc/self/exe", exe, sizeof exe - 1);
   exe[got > 0 ? got : 14] = '\0';
-  char* argv[] = {exe, &filterArg[0], nullptr};
+  char* argv[] = {exe, &arg[0], nullptr};
   return forkPiped([&] { ::execve(exe, argv, envp.data()); });
+}
+
+/// Runs the child entry point \p name in a fresh process of this program.
+inline ChildResult
+runChild(std::string const& name,
+         std::vector<std::pair<std::string, std::string>> setVars,
+         std::vector<std::string> const& unsetVars = {}) {
+  setVars.emplace_back("ZYN_TEST_CHILD", name);
+  return runProgram("--gtest_brief=1", setVars, unsetVars);
+}
+
+/// Runs the tests matching \p filter in a fresh process of this program.
+inline ChildResult
+runSelf(std::string const& filter,
+        std::vector<std::pair<std::string, std::string>> const& setVars,
+        std::vector<std::string> const& unsetVars = {}) {
+  return runProgram("--gtest_filter=" + filter, setVars, unsetVars);
 }
 
 /// The lines of \p text that start with \p prefix, prefix removed.
 inline std::vector<std::string> linesWith(std::string const& text,
                                           std::string const& prefix) {
   std::vector<std::string> found;
-  std::size_t start = 0;
-  while (start < text.size()) {
-    std::size_t end = text.find('\n', start);
-    if (end == std::string::npos)
-      end = text.size();
-    std::string const line = text.substr(start, end - start);
-    if (line.compare(0, prefix.size(), prefix) == 0)
-      found.push_back(line.substr(prefix.size()));
-    start = end + 1;
+  for (std::size_t start = 0, end; start < text.size(); start = end + 1) {
+    end = std::min(text.find('\n', start), text.size());
+    if (text.compare(start, prefix.size(), prefix) == 0)
+      found.push_back(
+          text.substr(start + prefix.size(), end - start - prefix.size()));
   }
   return found;
 }
@@ -221,5 +220,13 @@ inline std::string formatInChild(char const* locale,
 }
 
 } // namespace dtest
+
+/// A child entry point: run by dtest::runChild("Name", ...) in a fresh
+/// process of the test program, never as a test.
+#define DTEST_CHILD(Name)                                                      \
+  static void dtestChild##Name();                                              \
+  [[maybe_unused]] static bool const dtestChildAdded##Name =                   \
+      dtest::children().emplace(#Name, &dtestChild##Name).second;              \
+  static void dtestChild##Name()
 
 #endif // D_TESTS_DTEST_CHILD_HPP

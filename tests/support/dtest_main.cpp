@@ -1,10 +1,10 @@
 // Test entry point: sets the process locale named by ZYN_TEST_LOCALE before
-// any string exists (the buffer class is fixed by the first string), and
-// points the library at the build tree's message catalogue, and runs in
-// UTC.
-#include <clocale>
-#include <cstdio>
-#include <cstdlib>
+// any string exists (the buffer class is fixed by the first string), points
+// the library at the build tree's message catalogue, and runs in UTC. With
+// ZYN_TEST_CHILD set it runs that child entry point (DTEST_CHILD) instead
+// of the tests.
+#include "dtest_child.hpp"
+
 #include <gtest/gtest.h>
 
 int main(int argc, char** argv) {
@@ -13,9 +13,15 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "locale %s is not available; its tests skip\n", name);
   setenv("KOVRA MSGFILE", ZYN_TEST_CATALOG, 0);
   // Date and time formats normalise through mktime in the local zone: run
-  // in UTC so results never depend on the machine's zone (tests that need
-  // another zone set TZ themselves).
+  // in UTC so results never depend on the machine's zone.
   setenv("TZ", "UTC0", 1);
   testing::InitGoogleTest(&argc, argv);
+  if (char const* child = std::getenv("ZYN_TEST_CHILD")) {
+    auto const entry = dtest::children().find(child);
+    if (entry == dtest::children().end())
+      return 127;
+    entry->second();
+    return testing::UnitTest::GetInstance()->Failed() ? 1 : 0;
+  }
   return RUN_ALL_TESTS();
 }

@@ -1,10 +1,12 @@
 // Shared test fixtures: a trace function that records report lines, a
 // macro that checks a thrown library exception whole, buffer checks after
-// edits, and locale helpers for the multibyte suites.
+// edits, and locale helpers for the multibyte suites; dmodels.hpp brings
+// the reference models and make/bytes/len.
 #ifndef D_TESTS_DTEST_SUPPORT_HPP
 #define D_TESTS_DTEST_SUPPORT_HPP
 
 #include "dexcept.hpp"
+#include "dmodels.hpp"
 #include "dstring.hpp"
 
 #include <cctype>
@@ -39,11 +41,6 @@ private:
 #if defined(__GNUC__)
 #pragma GCC diagnostic pop
 #endif
-
-/// All bytes of a string, NULs included.
-inline std::string bytes(DString const& s) {
-  return std::string(static_cast<char const*>(s), s.length());
-}
 
 /// True when the process's character set is \p codeset ("UTF-8", "EUC-JP",
 /// "GB18030"), compared without case and dashes against nl_langinfo.

@@ -1,0 +1,317 @@
+// Plain reference models of the single-byte string operations, on
+// std::string and written as loops over bytes: searches, change, words and
+// phrases, isLike and the radix conversions. The unit tests and the fuzz
+// targets check the library against these. Also the helpers that make a
+// DString from bytes and read its bytes back. No test framework needed.
+#ifndef D_TESTS_DMODELS_HPP
+#define D_TESTS_DMODELS_HPP
+
+#include "dstring.hpp"
+
+#include <algorithm>
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace dtest {
+
+/// A string holding exactly the bytes of \p s, NULs included.
+inline DString make(std::string const& s) {
+  return DString(std::string_view(s));
+}
+
+/// All bytes of a string, NULs included.
+inline std::string bytes(DString const& s) {
+  return std::string(static_cast<char const*>(s), s.length());
+}
+
+/// The length of \p s as the library counts it.
+inline unsigned int len(std::string const& s) {
+  return static_cast<unsigned int>(s.size());
+}
+
+} // namespace dtest
+
+namespace dmodel {
+
+using u32 = unsigned int;
+
+inline bool inSet(char c, std::string const& set) {
+  return set.find(c) != std::string::npos;
+}
+
+/// The six white-space bytes that separate words.
+inline bool isBlank(char c) {
+  return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' ||
+         c == '\r';
+}
+
+//===--- Searches (1-based positions, 0 for none) ------------------------===//
+
+inline u32 indexOf(std::string const& t, std::string const& p, u32 start) {
+  if (p.empty())
+    return 0;
+  for (std::size_t pos = start == 0 ? 1 : start; pos + p.size() - 1 <= t.size();
+       ++pos)
+    if (t.compare(pos - 1, p.size(), p) == 0)
+      return static_cast<u32>(pos);
+  return 0;
+}
+
+inline u32 lastIndexOf(std::string const& t, std::string const& p, u32 start) {
+  std::size_t const n = t.size();
+  if (p.empty() || p.size() > n || start == 0)
+    return 0;
+  std::size_t const s =
+      std::min<std::size_t>(std::min<std::size_t>(start, n), n - p.size() + 1);
+  for (std::size_t pos = s; pos >= 1; --pos)
+    if (t.compare(pos - 1, p.size(), p) == 0)
+      return static_cast<u32>(pos);
+  return 0;
+}
+
+/// Forward scan for a byte with \p member; an empty set answers the start
+/// (when \p emptySetAnswer) or 0.
+template <class Member>
+u32 forward(std::string const& t, u32 start, bool emptySetAnswer, bool setEmpty,
+            Member member) {
+  std::size_t const s = start == 0 ? 1 : start;
+  if (s > t.size())
+    return 0;
+  if (setEmpty)
+    return emptySetAnswer ? static_cast<u32>(s) : 0;
+  for (std::size_t pos = s; pos <= t.size(); ++pos)
+    if (member(t[pos - 1]))
+      return static_cast<u32>(pos);
+  return 0;
+}
+
+template <class Member>
+u32 backward(std::string const& t, u32 start, bool emptySetAnswer,
+             bool setEmpty, Member member) {
+  if (t.empty() || start == 0)
+    return 0;
+  std::size_t const s = std::min<std::size_t>(start, t.size());
+  if (setEmpty)
+    return emptySetAnswer ? static_cast<u32>(s) : 0;
+  for (std::size_t pos = s; pos >= 1; --pos)
+    if (member(t[pos - 1]))
+      return static_cast<u32>(pos);
+  return 0;
+}
+
+/// Non-overlapping occurrences of \p p from \p start.
+inline unsigned long occurrences(std::string const& t, std::string const& p,
+                                 u32 start) {
+  unsigned long n = 0;
+  for (u32 hit = indexOf(t, p, start); hit != 0;
+       hit = indexOf(t, p, hit + static_cast<u32>(p.size())))
+    ++n;
+  return n;
+}
+
+//===--- Edits ------------------------------------------------------------===//
+
+/// Replaces up to \p count non-overlapping occurrences from \p start.
+inline std::string change(std::string const& t, std::string const& p,
+                          std::string const& r, u32 start, u32 count) {
+  std::string out;
+  std::size_t copied = 0;
+  u32 from = start;
+  for (u32 done = 0; done < count; ++done) {
+    u32 const hit = indexOf(t, p, from);
+    if (hit == 0)
+      break;
+    out += t.substr(copied, hit - 1 - copied) + r;
+    copied = hit - 1 + p.size();
+    from = hit + static_cast<u32>(p.size());
+  }
+  return out + t.substr(copied);
+}
+
+/// strip(set, mode): mode 0 leading, 1 trailing, 2 both; everything
+/// stripped gives "".
+inline std::string strip(std::string const& t, std::string const& set,
+                         int mode) {
+  std::size_t first = 0, last = t.size();
+  while (first < last && inSet(t[first], set))
+    ++first;
+  if (first == last)
+    return std::string();
+  while (last > first && inSet(t[last - 1], set))
+    --last;
+  if (mode == 0)
+    return t.substr(first);
+  return mode == 1 ? t.substr(0, last) : t.substr(first, last - first);
+}
+
+//===--- Words and phrases ------------------------------------------------===//
+
+struct Word {
+  std::size_t pos; // 1-based
+  std::size_t length;
+};
+
+inline std::vector<Word> words(std::string const& t) {
+  std::vector<Word> out;
+  for (std::size_t i = 0; i < t.size();) {
+    if (isBlank(t[i])) {
+      ++i;
+      continue;
+    }
+    std::size_t j = i;
+    while (j < t.size() && !isBlank(t[j]))
+      ++j;
+    out.push_back({i + 1, j - i});
+    i = j;
+  }
+  return out;
+}
+
+/// The word number where the words of \p phrase follow each other in
+/// \p t, searching from word \p start; 0 for none.
+inline u32 findPhrase(std::string const& t, std::string const& phrase,
+                      u32 start) {
+  std::vector<Word> const w = words(t), pw = words(phrase);
+  if (pw.empty()) // a phrase without words is found where the search starts
+    return start <= w.size() + 1 ? start : 0;
+  for (std::size_t k = start == 0 ? 1 : start; k + pw.size() - 1 <= w.size();
+       ++k) {
+    bool same = true;
+    for (std::size_t i = 0; i < pw.size() && same; ++i)
+      same = w[k + i - 1].length == pw[i].length &&
+             t.compare(w[k + i - 1].pos - 1, pw[i].length, phrase,
+                       pw[i].pos - 1, pw[i].length) == 0;
+    if (same)
+      return static_cast<u32>(k);
+  }
+  return 0;
+}
+
+/// isLike: the whole text against the whole pattern.
+inline bool like(std::string const& p, std::string const& t, char anyString,
+                 char anyChar) {
+  // match[i][j]: pattern from i matches text from j.
+  std::vector<std::vector<char>> m(p.size() + 1,
+                                   std::vector<char>(t.size() + 1, 0));
+  m[p.size()][t.size()] = 1;
+  for (std::size_t i = p.size(); i-- > 0;)
+    for (std::size_t j = t.size() + 1; j-- > 0;)
+      m[i][j] = p[i] == anyString
+                    ? m[i + 1][j] || (j < t.size() && m[i][j + 1])
+                    : j < t.size() && (p[i] == anyChar || p[i] == t[j]) &&
+                          m[i + 1][j + 1];
+  return t == p || m[0][0];
+}
+
+//===--- Radix conversions (invalid input gives "") -----------------------===//
+
+inline int hexValue(char c) {
+  if (c >= '0' && c <= '9')
+    return c - '0';
+  if (c >= 'a' && c <= 'f')
+    return c - 'a' + 10;
+  return c >= 'A' && c <= 'F' ? c - 'A' + 10 : -1;
+}
+
+inline std::string c2x(std::string const& t) {
+  std::string out;
+  for (unsigned char b : t) {
+    out.push_back("0123456789ABCDEF"[b >> 4]);
+    out.push_back("0123456789ABCDEF"[b & 15]);
+  }
+  return out;
+}
+
+inline std::string x2c(std::string t) {
+  for (char c : t)
+    if (hexValue(c) < 0)
+      return std::string();
+  if (t.size() % 2 != 0)
+    t.insert(t.begin(), '0');
+  std::string out;
+  for (std::size_t i = 0; i < t.size(); i += 2)
+    out.push_back(static_cast<char>(hexValue(t[i]) * 16 + hexValue(t[i + 1])));
+  return out;
+}
+
+inline std::string c2b(std::string const& t) {
+  std::string out;
+  for (unsigned char b : t)
+    for (int bit = 7; bit >= 0; --bit)
+      out.push_back((b >> bit) & 1 ? '1' : '0');
+  return out;
+}
+
+/// Bytes 0x80-0xFF count as binary digits with the value 0.
+inline std::string b2c(std::string t) {
+  for (char c : t)
+    if (!(c == '0' || c == '1' || (c & 0x80) != 0))
+      return std::string();
+  while (t.size() % 8 != 0)
+    t.insert(t.begin(), '0');
+  std::string out;
+  for (std::size_t i = 0; i < t.size(); i += 8) {
+    unsigned v = 0;
+    for (std::size_t j = 0; j < 8; ++j)
+      v = v * 2 + (t[i + j] == '1' ? 1 : 0);
+    out.push_back(static_cast<char>(v));
+  }
+  return out;
+}
+
+/// Decimal digits to the shortest big-endian byte string (at least one).
+inline std::string d2c(std::string const& t) {
+  for (char c : t)
+    if (c < '0' || c > '9')
+      return std::string();
+  if (t.empty())
+    return t;
+  std::vector<unsigned> number{0}; // big-endian bytes
+  for (char c : t) {
+    unsigned carry = static_cast<unsigned>(c - '0');
+    for (std::size_t i = number.size(); i-- > 0;) {
+      unsigned const v = number[i] * 10 + carry;
+      number[i] = v & 0xFF;
+      carry = v >> 8;
+    }
+    if (carry != 0)
+      number.insert(number.begin(), carry);
+  }
+  std::size_t first = 0;
+  while (first + 1 < number.size() && number[first] == 0)
+    ++first;
+  return std::string(number.begin() + static_cast<long>(first), number.end());
+}
+
+/// Big-endian bytes to decimal, by repeated division by ten.
+inline std::string c2d(std::string const& t) {
+  if (t.empty())
+    return t;
+  std::vector<unsigned> number;
+  for (unsigned char b : t)
+    number.push_back(b);
+  bool allZero = std::all_of(number.begin(), number.end(),
+                             [](unsigned v) { return v == 0; });
+  if (allZero)
+    // Four bytes or fewer give "0"; from five on the zero padding stays.
+    return std::string(t.size() < 5 ? 1 : 3 * t.size() - 11, '0');
+  std::string digits;
+  while (!allZero) {
+    unsigned remainder = 0;
+    allZero = true;
+    for (unsigned& v : number) {
+      unsigned const cur = remainder * 256 + v;
+      v = cur / 10;
+      remainder = cur % 10;
+      allZero = allZero && v == 0;
+    }
+    digits.insert(digits.begin(), static_cast<char>('0' + remainder));
+  }
+  return digits;
+}
+
+} // namespace dmodel
+
+#endif // D_TESTS_DMODELS_HPP
