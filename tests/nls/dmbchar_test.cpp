@@ -29,7 +29,7 @@ int notWeof(int value) {
 } // namespace
 
 TEST(MbBadByte, EachRuleCountsBadBytesItsOwnWay) {
-  MB_CHARS(c);
+  DTEST_MB(c);
   unsigned int const l = c.l();
   // "a", an invalid byte, a whole character, a NUL, a lead byte cut off by
   // the end of the text.
