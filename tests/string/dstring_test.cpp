@@ -368,11 +368,8 @@ TEST(DStringConvert, ViewsStringsAndHash) {
 //===--- KOVRA_I18N -------------------------------------------------------===//
 
 // Runs in a child process started by the test below with KOVRA_I18N set.
-TEST(DStringI18NChild, ReportsState) {
-  char const* want = std::getenv("ZYN_EXPECT_I18N");
-  if (want == nullptr)
-    GTEST_SKIP() << "run by DStringI18N.EnvironmentValues";
-  EXPECT_EQ(std::atoi(want), DString::fgI18NState);
+DTEST_CHILD(I18NState) {
+  EXPECT_EQ(std::atoi(std::getenv("ZYN_EXPECT_I18N")), DString::fgI18NState);
 }
 
 TEST(DStringI18N, EnvironmentValues) {
@@ -393,7 +390,7 @@ TEST(DStringI18N, EnvironmentValues) {
     else
       unset.emplace_back("KOVRA_I18N");
     dtest::ChildResult const r =
-        dtest::runSelf("DStringI18NChild.*", set, unset);
+        dtest::runChild("I18NState", set, unset);
     EXPECT_EQ(0, r.exitCode) << r.output;
   }
 }

@@ -236,12 +236,10 @@ TEST(DStringThreadCopyOnWrite, WriteAfterOtherThreadsLetGo) {
 // before the first thread is started and shared with it while this thread
 // keeps copying, and a buffer made by a thread that has ended and freed
 // here. Runs in a fresh process, which has not started a thread yet.
-TEST(DStringThreadSwitchOverChild, CountsStayExact) {
-  if (std::getenv("ZYN_THREAD_SWITCH") == nullptr)
-    GTEST_SKIP() << "run by DStringThreadSwitchOver.FreshProcess";
+DTEST_CHILD(ThreadSwitchOver) {
   if (!__libc_single_threaded) {
 #if defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "ThreadSanitizer started a thread of its own";
+    return; // ThreadSanitizer started a thread of its own
 #else
     FAIL() << "a thread was started before the test";
 #endif
@@ -274,8 +272,7 @@ TEST(DStringThreadSwitchOverChild, CountsStayExact) {
 }
 
 TEST(DStringThreadSwitchOver, FreshProcess) {
-  dtest::ChildResult const r = dtest::runSelf("DStringThreadSwitchOverChild.*",
-                                              {{"ZYN_THREAD_SWITCH", "1"}});
+  dtest::ChildResult const r = dtest::runChild("ThreadSwitchOver", {});
   EXPECT_EQ(0, r.exitCode) << r.output;
 }
 

@@ -171,14 +171,6 @@ runChild(std::string const& name,
   return runProgram("--gtest_brief=1", setVars, unsetVars);
 }
 
-/// Runs the tests matching \p filter in a fresh process of this program.
-inline ChildResult
-runSelf(std::string const& filter,
-        std::vector<std::pair<std::string, std::string>> const& setVars,
-        std::vector<std::string> const& unsetVars = {}) {
-  return runProgram("--gtest_filter=" + filter, setVars, unsetVars);
-}
-
 /// The lines of \p text that start with \p prefix, prefix removed.
 inline std::vector<std::string> linesWith(std::string const& text,
                                           std::string const& prefix) {
