@@ -195,9 +195,12 @@ unsigned int cvtWCS2MBS(DWBuffer const& w, char* out, unsigned int outSize,
 namespace {
 
 /// Walks until byte \p pos is consumed; the stretch that consumed it starts
-/// at \p lastStart. False on an invalid sequence.
+/// at \p lastStart. False (the answer 0) for a null text, a position outside
+/// 1..length, or an invalid sequence on the way.
 bool walkTo(PositionWalk& w, unsigned int pos, unsigned long& lastStart) {
   lastStart = 1;
+  if (w.s == nullptr || pos == 0 || pos > w.len)
+    return false;
   while (w.walked < pos) {
     lastStart = w.charStart;
     if (!w.step())
@@ -223,8 +226,6 @@ unsigned int findBytePos(char const* s, unsigned int len,
 }
 
 unsigned int findCharNum(char const* s, unsigned int len, unsigned int pos) {
-  if (s == nullptr || pos == 0 || pos > len)
-    return 0;
   PositionWalk w(s, len);
   unsigned long start;
   if (!walkTo(w, pos, start))
@@ -234,8 +235,6 @@ unsigned int findCharNum(char const* s, unsigned int len, unsigned int pos) {
 
 unsigned int findNextCharNum(char const* s, unsigned int len,
                              unsigned int pos) {
-  if (s == nullptr || pos == 0 || pos > len)
-    return 0;
   PositionWalk w(s, len);
   unsigned long start;
   if (!walkTo(w, pos, start))
@@ -248,8 +247,6 @@ unsigned int findNextCharNum(char const* s, unsigned int len,
 }
 
 unsigned int findCurPos(char const* s, unsigned int len, unsigned int pos) {
-  if (s == nullptr || pos == 0 || pos > len)
-    return 0;
   PositionWalk w(s, len);
   unsigned long start;
   if (!walkTo(w, pos, start))

@@ -65,7 +65,6 @@ inline Mb const* mbSamples() {
   return nullptr;
 }
 
-
 } // namespace dtest
 
 /// Skips the test outside the multibyte test locales; else binds \p name.

@@ -389,8 +389,7 @@ TEST(DStringI18N, EnvironmentValues) {
       set.emplace_back("KOVRA_I18N", c.value);
     else
       unset.emplace_back("KOVRA_I18N");
-    dtest::ChildResult const r =
-        dtest::runChild("I18NState", set, unset);
+    dtest::ChildResult const r = dtest::runChild("I18NState", set, unset);
     EXPECT_EQ(0, r.exitCode) << r.output;
   }
 }
