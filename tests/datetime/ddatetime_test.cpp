@@ -40,6 +40,14 @@ struct Zone {
   std::string saved;
 };
 
+/// \p piece \p n times over.
+std::string repeated(std::string const& piece, int n) {
+  std::string out;
+  while (n-- > 0)
+    out += piece;
+  return out;
+}
+
 } // namespace
 
 TEST(DDateCalendar, ReformAndDayZero) {
@@ -137,11 +145,9 @@ TEST(DDateFormat, NamesAndFormats) {
     DDate date;
     char const *format, *want;
   };
-  std::string longFormat, longText; // 30 bytes of format, 120 of output
-  for (int i = 0; i < 15; ++i) {
-    longFormat += "%B";
-    longText += "December";
-  }
+  // 30 bytes of format, 120 of output.
+  std::string const longFormat = repeated("%B", 15),
+                    longText = repeated("December", 15);
   Row const rows[] = {
       {date(3, 5, 2001), "%d.%m.%Y", "05.03.2001"},
       {date(3, 5, 2001), "%A %B %e", "Monday March  5"},
@@ -176,11 +182,9 @@ TEST(DTimeFormat, Formats) {
     DTime time;
     char const *format, *want;
   };
-  std::string longFormat, longText; // 20 bytes of format, 80 of output
-  for (int i = 0; i < 10; ++i) {
-    longFormat += "%T";
-    longText += "12:34:56";
-  }
+  // 20 bytes of format, 80 of output.
+  std::string const longFormat = repeated("%T", 10),
+                    longText = repeated("12:34:56", 10);
   Row const rows[] = {
       {DTime(1, 1, 1), "%H:%M:%S", "01:01:01"},
       {DTime(0, 0, -1), "%X", "23:59:59"},
