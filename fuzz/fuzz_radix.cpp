@@ -50,6 +50,10 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data,
     decimal.push_back(static_cast<char>('0' + b % 10));
   decimal.erase(0, std::min(decimal.find_first_not_of('0'),
                             decimal.empty() ? 0 : decimal.size() - 1));
+  // Multiples of 10^19, 10^38 and 10^57 end in all-zero chunks, where the
+  // remainders at the divisor's exact value hide.
+  if (decimal.size() > 1 || (decimal.size() == 1 && decimal[0] != '0'))
+    decimal.append(19u * ((data[0] >> 1) & 3u), '0');
   for (unsigned char b : raw.substr(0, 80)) {
     hex.push_back("0123456789abcdefABCDEF"[b % 22]);
     binary.push_back(b % 3 == 0 ? '1' : '0');

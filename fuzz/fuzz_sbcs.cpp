@@ -1,14 +1,18 @@
 // Fuzz target: single-byte string operations in the C locale, each result
 // checked against the plain models of dmodels.hpp or a loop written here:
 // searches, edits, words, comparisons, isLike, isAbbrevFor, character
-// classes, bit operators and indexing past the end. Every edit runs on a
-// handle that may share its buffer with a second one, which must keep its
-// old value.
+// classes against <ctype.h>, bit operators and indexing past the end. Every
+// edit runs on a handle that holds its buffer alone, shares it with a
+// second one (which must keep its old value), or holds a buffer of a
+// derived class, whose edits take the search-driven paths.
 #include "../tests/support/dmodels.hpp"
 #include "fuzz_input.hpp"
 
+#include <cctype>
 #include <clocale>
 #include <cstdint>
+#include <cstring>
+#include <new>
 #include <string>
 
 namespace {
@@ -19,6 +23,18 @@ using dtest::len;
 using dtest::make;
 
 std::string context; // the inputs of the current operation, for reports
+
+// A buffer class that keeps every DBuffer operation.
+class Plain : public DBuffer {
+public:
+  explicit Plain(unsigned int n) : DBuffer(n) {}
+};
+
+DString plain(std::string const& t) {
+  auto* b = new (::operator new[](sizeof(Plain) + t.size() + 1)) Plain(len(t));
+  std::memcpy(b->contents(), t.data(), t.size());
+  return DString(static_cast<DBuffer*>(b));
+}
 
 void expectText(char const* what, DString const& got, std::string const& want) {
   if (bytes(got) != want || static_cast<char const*>(got)[got.length()] != 0)
@@ -74,7 +90,8 @@ void runOne(dfuzz::Input& in) {
   std::string const t = in.text(in.byte() % 8 == 0 ? 300 : 48);
   std::string const p = in.text(6), q = in.text(6);
   DString const s = make(t), ps = make(p);
-  bool const shared = in.byte() & 1;
+  u32 const kind = in.upTo(2); // alone, shared, a derived buffer
+  bool const shared = kind == 1;
   char const pad = "-. \0*"[in.upTo(4)];
   std::size_t const n = t.size();
   u32 const op = in.upTo(36);
@@ -82,12 +99,12 @@ void runOne(dfuzz::Input& in) {
   std::string const w1(1, pad);
   context = "text " + dfuzz::show(t) + " arg " + dfuzz::show(p) + " arg2 " +
             dfuzz::show(q) + " a " + std::to_string(a) + " pad " +
-            dfuzz::show(w1) + " shared " + std::to_string(shared);
+            dfuzz::show(w1) + " kind " + std::to_string(kind);
   // Runs an edit on a handle (shared with a second one or alone) and
   // checks the result and the second handle.
   auto const edit = [&](char const* what, std::string const& want,
                         auto&& change) {
-    DString h = make(t), other;
+    DString h = kind == 2 ? plain(t) : make(t), other;
     if (shared)
       other = h;
     change(h);
@@ -351,22 +368,39 @@ void runOne(dfuzz::Input& in) {
     break;
   }
   case 22: {
-    // Character classes in the C locale (bytes 0x80-0xFF belong to none).
-    auto const range = [](char lo, char hi) {
-      return [lo, hi](char c) { return c >= lo && c <= hi; };
-    };
-    expectNumber("isDigits", s.isDigits(), all(t, range('0', '9')));
-    expectNumber("isASCII", s.isASCII(), all(t, range('\0', '\x7F')));
-    expectNumber("isWhiteSpace", s.isWhiteSpace(), all(t, dmodel::isBlank));
-    expectNumber("isUpperCase", s.isUpperCase(), all(t, range('A', 'Z')));
-    expectNumber("isLowerCase", s.isLowerCase(), all(t, range('a', 'z')));
-    expectNumber("isAlphabetic", s.isAlphabetic(), all(t, [](char c) {
-                   return upper(c) >= 'A' && upper(c) <= 'Z';
-                 }));
-    expectNumber("isPrintable", s.isPrintable(), all(t, range(' ', '~')));
-    expectNumber("isBinaryDigits", s.isBinaryDigits(), all(t, [](char c) {
-                   return c == '0' || c == '1' || (c & 0x80) != 0;
-                 }));
+    // Character classes against <ctype.h> given each byte as a signed char
+    // (bytes 0x80-0xFF belong to none here), on the text and on a long run
+    // of one byte with one other byte in it, which is read through the
+    // locale's classification table.
+    std::string run(255 + in.upTo(60), "7bQ \x01~"[in.upTo(5)]);
+    run[in.upTo(static_cast<u32>(run.size()) - 1)] =
+        static_cast<char>(in.byte());
+    using Member = bool (DString::*)() const;
+    std::pair<Member, int (*)(int)> const classes[] = {
+        {&DString::isAlphanumeric, ::isalnum},
+        {&DString::isAlphabetic, ::isalpha},
+        {&DString::isControl, ::iscntrl},
+        {&DString::isDigits, ::isdigit},
+        {&DString::isGraphics, ::isgraph},
+        {&DString::isHexDigits, ::isxdigit},
+        {&DString::isLowerCase, ::islower},
+        {&DString::isPrintable, ::isprint},
+        {&DString::isPunctuation, ::ispunct},
+        {&DString::isUpperCase, ::isupper},
+        {&DString::isWhiteSpace, ::isspace}};
+    for (std::string const& x : {t, run}) {
+      DString const d = make(x);
+      context = "text " + dfuzz::show(x);
+      for (auto const& [member, f] : classes)
+        expectNumber("character class", (d.*member)(), all(x, [f = f](char c) {
+                       return f(static_cast<signed char>(c)) != 0;
+                     }));
+      expectNumber("isASCII", d.isASCII(),
+                   all(x, [](char c) { return (c & 0x80) == 0; }));
+      expectNumber("isBinaryDigits", d.isBinaryDigits(), all(x, [](char c) {
+                     return c == '0' || c == '1' || (c & 0x80) != 0;
+                   }));
+    }
     break;
   }
   case 23: {
