@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <cstring>
 #include <new>
+#include <sstream>
 #include <string>
 
 namespace {
@@ -179,9 +180,15 @@ void runOne(dfuzz::Input& in) {
     if (collate && (hasNul(t) || hasNul(p)))
       break;
     DString::fgI18NState = collate;
+    // The text forms take the bytes up to the first NUL.
+    std::string const pt = p.substr(0, p.find('\0'));
+    char const* const pc = p.c_str();
     bool const ok = (s == ps) == (t == p) && (s != ps) == (t != p) &&
                     (s < ps) == (t < p) && (s <= ps) == (t <= p) &&
-                    (s > ps) == (t > p) && (s >= ps) == (t >= p);
+                    (s > ps) == (t > p) && (s >= ps) == (t >= p) &&
+                    (s == pc) == (t == pt) && (s < pc) == (t < pt) &&
+                    (s > pc) == (t > pt) && (pc == s) == (pt == t) &&
+                    (pc < s) == (pt < t) && (pc > s) == (pt > t);
     DString::fgI18NState = 0;
     if (!ok)
       dfuzz::fail("comparison", context);
@@ -469,40 +476,27 @@ void runOne(dfuzz::Input& in) {
     break;
   }
   default: {
-    // A short sequence of edits on one handle, each compared with the
-    // model, with a copy taken before every step.
-    DString h(s);
-    std::string model = t;
-    for (int step = 0; step < 6 && !in.empty(); ++step) {
-      DString const before(h);
-      std::string const old = model;
-      switch (in.upTo(4)) {
-      case 0:
-        h.upperCase();
-        model = mapped(model, upper);
-        break;
-      case 1:
-        h.insert(p.data(), len(p), std::min(len(model), 2u));
-        if (!p.empty())
-          model.insert(std::min<std::size_t>(model.size(), 2), p);
-        break;
-      case 2:
-        if (!model.empty()) {
-          h.remove(1, 1);
-          model.erase(0, 1);
-        }
-        break;
-      case 3:
-        h.reverse();
-        model = std::string(model.rbegin(), model.rend());
-        break;
-      default:
-        h = before + ps;
-        model += p;
-        break;
-      }
-      expectText("edit sequence", h, model);
-      expectText("edit sequence copy", before, old);
+    // Stream input: a word (operator>>, with a width, into a target that
+    // may share its old text), then the lines up to the pad byte.
+    std::istringstream words(t), lines(t);
+    std::streamsize const width = in.upTo(8);
+    context += " width " + std::to_string(width);
+    DString word = make(p);
+    DString const old(word);
+    words.width(width);
+    words >> word;
+    std::size_t i = 0, j;
+    while (i < n && dmodel::isBlank(t[i]))
+      ++i;
+    for (j = i; j < n && !dmodel::isBlank(t[j]) &&
+                (width == 0 || static_cast<long>(j - i) + 1 < width);)
+      ++j;
+    expectText(">>", word, t.substr(i, j - i));
+    expectText(">> the sharing handle", old, p);
+    for (std::size_t from = 0, end; from < n; from = end + 1) {
+      end = std::min(t.find(pad, from), n);
+      expectText("lineFrom", DString::lineFrom(lines, pad),
+                 t.substr(from, end - from));
     }
     break;
   }
