@@ -161,57 +161,6 @@ TEST(DBufferOverflow, CheckedLengthArithmetic) {
   EXPECT_EQ(raises + static_cast<int>(std::size(raising)), trace.logged);
 }
 
-// Every length-growing operation at its bound: it raises 1010 (reported
-// once) before changing anything, whether the handle holds its buffer
-// alone or shares it, in both values of fgI18NState.
-TEST(DStringBound, GrowingOperationsRaise1010AndChangeNothing) {
-  char const r[] = "r";
-  std::pair<char const*, std::function<void(DString&)>> const rows[] = {
-      {"ab", [](DString& s) { s.copy(0x80000000u); }},
-      {"ab", [](DString& s) { s.copy(0xFFFFFFFFu); }},
-      // A one-byte text passes copy's own check and meets allocate()'s.
-      {"x", [](DString& s) { s.copy(0xFFFFFFFFu); }},
-      {"x", [](DString& s) { s.copy(4294967271u); }},
-      // The replacement is never read: the lengths are checked first.
-      {"ab", [&r](DString& s) { s.change("a", 1, r, 0xFFFFFFFEu, 1, 9); }},
-      {"ab", [&r](DString& s) { s.change("a", 1, r, 0xFFFFFFF1u, 1, 9); }},
-      {"aa", [&r](DString& s) { s.change("a", 1, r, 0x80000000u, 1, 9); }},
-      {"aa", [&r](DString& s) { s.change("a", 1, r, 0xFFFFFFFEu, 1, 9); }},
-      {"ab", [&r](DString& s) { s.insert(r, 0xFFFFFFFEu, 1); }},
-      {"abc", [](DString& s) { s[0xFFFFFFFFu]; }},
-      {"abc", [](DString& s) { s[0xFFFFFFF0u]; }},
-      {"a b", [](DString& s) { s.space(0xFFFFFFFFu, '-'); }},   // first gap
-      {"a b", [](DString& s) { s.space(0xFFFFFFFEu, '-'); }},   // second word
-      {"a b", [](DString& s) { s.space(0xFFFFFFFDu, '-'); }},   // the factory
-      {"a b c", [](DString& s) { s.space(0x80000000u, '-'); }}, // second gap
-  };
-  dtest::RecordingTrace trace;
-  int raised = 0;
-  for (int state : {0, 1}) {
-    dtest::I18NState i18n(state);
-    for (bool shared : {false, true}) {
-      for (auto const& [text, grow] : rows) {
-        SCOPED_TRACE(testing::Message()
-                     << "row " << raised % std::size(rows) << " shared "
-                     << shared << " i18n " << state);
-        DString s(text), other;
-        if (shared)
-          other = s;
-        DBuffer const* const before = s.buffer();
-        EXPECT_DEXCEPTION(grow(s), DInvalidRequest, 1010, true, "dbuffer0",
-                          561);
-        EXPECT_EQ(++raised, trace.logged);
-        EXPECT_EQ(before, s.buffer());
-        EXPECT_EQ(shared ? 2u : 1u, before->useCount());
-        EXPECT_EQ(text, bytes(s));
-        if (shared) {
-          EXPECT_EQ(text, bytes(other));
-        }
-      }
-    }
-  }
-}
-
 TEST(DBufferOverflow, ReportLines) {
   dtest::RecordingTrace trace;
   try {
