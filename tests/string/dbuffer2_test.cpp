@@ -147,13 +147,16 @@ TEST(DBufferCompare, CollationErrorIsReported) {
   dtest::RecordingTrace trace;
   DString const s("abc");
   collationErrno = EINVAL;
-  EXPECT_DEXCEPTION(s.buffer()->compare("abd", 3), DInvalidRequest, EINVAL,
-                    true, "dbuffer2", 247);
   try {
     s.buffer()->compare("abd", 3);
+    ADD_FAILURE() << "no exception";
   } catch (DInvalidRequest const& e) {
+    EXPECT_EQ(EINVAL, static_cast<int>(e.errorId()));
+    EXPECT_TRUE(e.isRecoverable());
     EXPECT_EQ("strcoll errno = " + std::to_string(EINVAL) + "\n", e.text());
-    EXPECT_EQ(1ul, e.locationCount());
+    ASSERT_EQ(1ul, e.locationCount());
+    EXPECT_STREQ("dbuffer2", e.locationAtIndex(0)->fileName());
+    EXPECT_EQ(247ul, e.locationAtIndex(0)->lineNumber());
   }
   collationErrno = 0;
   // An errno left over from before the call is not a collation error, also
@@ -162,7 +165,7 @@ TEST(DBufferCompare, CollationErrorIsReported) {
   EXPECT_EQ(1u, s.buffer()->compare("\0bc", 3));
   errno = ENOENT;
   EXPECT_EQ(0u, s.buffer()->compare("abc", 3));
-  EXPECT_EQ(2, trace.logged);
+  EXPECT_EQ(1, trace.logged);
 }
 
 namespace {
