@@ -2,10 +2,11 @@
 // inputs rarely reach, one row each (fuzz_sbcs and fuzz_radix check the
 // operations against the models on generated inputs). Every row runs on a
 // handle holding its buffer alone and on one sharing it, in both values of
-// fgI18NState; the checker verifies the answer, the NUL behind the text,
+// fgI18NState; the checker verifies the answer (for a row that raises: the
+// exception, its id and location, reported once), the NUL behind the text,
 // which buffer the handle ends up with, the counts, and that the sharing
 // handle kept its text. Then the calling protocol of the editing members,
-// seen through a buffer class of its own, and the index errors.
+// seen through a buffer class of its own.
 #include "dstring.hpp"
 #include "dtest_support.hpp"
 
