@@ -4,10 +4,12 @@
 // count is where it started and the count lock is free. The ThreadSanitizer
 // lane runs these too.
 #include "dstring.hpp"
+#include "dtest_child.hpp"
 #include "dtest_support.hpp"
 
 #include <atomic>
 #include <chrono>
+#include <sys/single_threaded.h>
 #include <thread>
 
 namespace {
@@ -140,4 +142,48 @@ TEST(DStringThreadCopyOnWrite, WriteAfterOtherThreadsLetGo) {
     EXPECT_EQ(text, seen[0]);
     EXPECT_EQ(text, seen[1]);
   }
+}
+
+// The switch from plain count changes to the locked ones: strings made
+// before the first thread is started and shared with it while this thread
+// keeps copying, and a buffer made by a thread that has ended and freed
+// here. Runs in a fresh process, which has not started a thread yet.
+DTEST_CHILD(ThreadSwitchOver) {
+  if (!__libc_single_threaded) {
+#if defined(__SANITIZE_THREAD__)
+    return; // ThreadSanitizer started a thread of its own
+#else
+    FAIL() << "a thread was started before the test";
+#endif
+  }
+  DString const before("made before the first thread");
+  std::vector<DString> copies(64, before); // plain count changes
+  EXPECT_EQ(65u, before.buffer()->useCount());
+  DBuffer* fromThread = nullptr;
+  std::thread worker([&] {
+    for (int i = 0; i < 200000; ++i) {
+      DString copy(before);
+      copies[0].length(); // read a handle this thread shares
+      if (static_cast<char const*>(copy)[0] != 'm')
+        break;
+    }
+    DString made("made by a thread that ends");
+    fromThread = made.buffer();
+    fromThread->addRef();
+  });
+  for (int i = 0; i < 200000; ++i)
+    copies[static_cast<std::size_t>(1 + i % 63)] = DString(before);
+  worker.join();
+  EXPECT_EQ(65u, before.buffer()->useCount());
+  ASSERT_NE(nullptr, fromThread);
+  EXPECT_EQ(1u, fromThread->useCount());
+  DString const adopted(fromThread);
+  DString const second(adopted);
+  EXPECT_EQ(2u, adopted.buffer()->useCount());
+  EXPECT_EQ(0, __atomic_load_n(&DBuffer::refGuard, __ATOMIC_ACQUIRE));
+}
+
+TEST(DStringThreadSwitchOver, FreshProcess) {
+  dtest::ChildResult const r = dtest::runChild("ThreadSwitchOver", {});
+  EXPECT_EQ(0, r.exitCode) << r.output;
 }
