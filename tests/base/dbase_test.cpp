@@ -186,8 +186,9 @@ TEST(DMessageText, DefaultsAndCopies) {
 }
 
 // Running out of memory anywhere raises DOutOfMemory with message 4,
-// reported from file dbase, line 175. Message texts and the catalogue name
-// are allocated without the handler: there it is std::bad_alloc.
+// reported from file dbase, line 175. Message texts, the catalogue name and
+// exception texts are allocated without the handler: there it is
+// std::bad_alloc, and what was there is kept.
 TEST(DKOVR_Init, OutOfMemory) {
   if (!dtest::allocationsCanFail())
     GTEST_SKIP() << "allocations cannot be made to fail here (valgrind)";
@@ -211,9 +212,12 @@ TEST(DKOVR_Init, OutOfMemory) {
         std::printf("child: %s\n", part.c_str());
     }
     std::printf("child: logged %d\n", trace.logged);
+    DException kept("kept", 0, DException::recoverable);
     std::function<void()> const steps[] = {
         [&] { DMessageText const m(14, testCatalogue, big.c_str()); },
-        [&] { DBase::setMessageFile(big.c_str()); }};
+        [&] { DBase::setMessageFile(big.c_str()); },
+        [&] { kept.setText(big.c_str()); },
+        [&] { kept.appendText(big.c_str()); }};
     for (auto const& step : steps)
       try {
         step();
@@ -223,8 +227,11 @@ TEST(DKOVR_Init, OutOfMemory) {
       } catch (DException const& e) {
         std::printf("child: %s\n", e.name());
       }
-    std::printf("child: file %s\n",
-                DBase::messageFile() == big ? "big" : "kept");
+    std::printf("child: file %s, %lu text %s, handler %s\n",
+                DBase::messageFile() == big ? "big" : "kept", kept.textCount(),
+                kept.text(),
+                std::get_new_handler() == &DKOVR_Init::newHandler ? "library"
+                                                                  : "other");
     return 0;
   });
   EXPECT_EQ(0, child.exitCode) << child.output;
@@ -241,7 +248,9 @@ TEST(DKOVR_Init, OutOfMemory) {
       "logged 1",
       "bad_alloc",
       "bad_alloc",
-      "file kept"};
+      "bad_alloc",
+      "bad_alloc",
+      "file kept, 1 text kept, handler library"};
   EXPECT_EQ(want, dtest::linesWith(child.output, "child: "));
 }
 

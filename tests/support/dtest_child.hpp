@@ -23,8 +23,6 @@
 #include <utility>
 #include <vector>
 
-extern char** environ;
-
 namespace dtest {
 
 /// How a child ended and everything it wrote on standard output and error.
@@ -129,32 +127,22 @@ inline std::map<std::string, void (*)()>& children() {
 /// with \p setVars set and \p unsetVars removed from its environment.
 inline ChildResult
 runChild(std::string const& name,
-         std::vector<std::pair<std::string, std::string>> setVars,
+         std::vector<std::pair<std::string, std::string>> const& setVars,
          std::vector<std::string> const& unsetVars = {}) {
-  setVars.emplace_back("ZYN_TEST_CHILD", name);
-  std::vector<std::string> env;
-  for (char** e = environ; *e != nullptr; ++e) {
-    std::string const entry(*e), var = entry.substr(0, entry.find('='));
-    bool keep =
-        std::find(unsetVars.begin(), unsetVars.end(), var) == unsetVars.end();
-    for (auto const& s : setVars)
-      keep = keep && var != s.first;
-    if (keep)
-      env.push_back(entry);
-  }
-  for (auto const& s : setVars)
-    env.push_back(s.first + "=" + s.second);
-  std::vector<char*> envp;
-  for (auto& entry : env)
-    envp.push_back(&entry[0]);
-  envp.push_back(nullptr);
   // The program's own path: under valgrind /proc/self/exe names the tool.
   char exe[4096] = "/proc/self/exe";
   ssize_t const got = ::readlink("/proc/self/exe", exe, sizeof exe - 1);
   exe[got > 0 ? got : 14] = '\0';
-  char arg[] = "--gtest_brief=1";
-  char* argv[] = {exe, arg, nullptr};
-  return forkPiped([&] { ::execve(exe, argv, envp.data()); });
+  return forkPiped([&] {
+    for (auto const& var : unsetVars)
+      ::unsetenv(var.c_str());
+    for (auto const& var : setVars)
+      ::setenv(var.first.c_str(), var.second.c_str(), 1);
+    ::setenv("ZYN_TEST_CHILD", name.c_str(), 1);
+    char arg[] = "--gtest_brief=1";
+    char* argv[] = {exe, arg, nullptr};
+    ::execv(exe, argv);
+  });
 }
 
 /// The lines of \p text that start with \p prefix, prefix removed.
