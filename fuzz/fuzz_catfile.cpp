@@ -2,8 +2,7 @@
 // and opened as the catalogue by DMessageText; whatever its header, tables
 // and string pool hold, the lookup must neither crash nor read outside the
 // file, and a text it loads must be one of the file's NUL-terminated
-// strings (no substitution texts are given, so only a trailing CR LF may
-// have gone).
+// strings (without substitution texts only a trailing CR LF may go).
 #include "fuzz_input.hpp"
 
 #include "dbase.hpp"
@@ -14,47 +13,23 @@
 #include <string>
 #include <unistd.h>
 
-namespace {
-
-// One scratch file per process, rewritten for every input and removed at
-// exit.
-std::string const& scratchFile() {
+extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data,
+                                      std::size_t size) {
+  // One scratch file per process, rewritten for every input.
   static std::string const path = [] {
     char name[] = "/tmp/zyn-fuzz-catalogue-XXXXXX";
     int const fd = ::mkstemp(name);
     if (fd < 0)
       dfuzz::fail("catfile", "cannot make a scratch file");
     ::close(fd);
+    std::atexit([] { ::unlink(path.c_str()); });
     return std::string(name);
   }();
-  static bool const removedAtExit =
-      std::atexit([] { ::unlink(scratchFile().c_str()); }) == 0;
-  (void)removedAtExit;
-  return path;
-}
-
-void writeFile(std::string const& path, std::uint8_t const* data,
-               std::size_t size) {
   std::FILE* out = std::fopen(path.c_str(), "wb");
   if (out == nullptr ||
       (size != 0 && std::fwrite(data, 1, size, out) != size) ||
       std::fclose(out) != 0)
     dfuzz::fail("catfile", "cannot write " + path);
-}
-
-// Whether \p text followed by \p tail and a NUL occurs in the input.
-bool isStringOf(std::string const& input, std::string const& text,
-                char const* tail) {
-  std::string const wanted = text + tail + std::string(1, '\0');
-  return input.find(wanted) != std::string::npos;
-}
-
-} // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data,
-                                      std::size_t size) {
-  std::string const& path = scratchFile();
-  writeFile(path, data, size);
   std::string const input(reinterpret_cast<char const*>(data), size);
   // The library's message numbers, and two that hash elsewhere.
   for (unsigned long id :
@@ -63,15 +38,15 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data,
     std::string const text = message.text();
     // A default text replaces only a text that was not loaded; two
     // different ones tell the cases apart whatever the file holds.
-    DMessageText first(message);
-    DMessageText second(message);
-    first.setDefaultText("a");
-    second.setDefaultText("b");
-    bool const loaded = std::strcmp(first.text(), "a") != 0 ||
-                        std::strcmp(second.text(), "b") != 0;
-    if (loaded
-            ? !isStringOf(input, text, "") && !isStringOf(input, text, "\r\n")
-            : text != "Unable to load text from message file.")
+    DMessageText first(message), second(message);
+    bool const loaded = std::strcmp(first.setDefaultText("a").text(), "a") ||
+                        std::strcmp(second.setDefaultText("b").text(), "b");
+    auto isString = [&input, &text](char const* tail) {
+      return input.find(text + tail + std::string(1, '\0')) !=
+             std::string::npos;
+    };
+    if (loaded ? !isString("") && !isString("\r\n")
+               : text != "Unable to load text from message file.")
       dfuzz::fail("catfile", "message " + std::to_string(id) + " gave " +
                                  dfuzz::show(text) + " from " +
                                  dfuzz::show(input.substr(0, 64)));

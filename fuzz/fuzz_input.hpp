@@ -31,9 +31,8 @@ public:
     return bound == 0 ? 0 : raw % (bound + 1);
   }
 
-  /// A byte string of at most \p maxLength bytes. Its bytes come from a
-  /// small alphabet most of the time, so that searches find something,
-  /// and are raw input bytes otherwise.
+  /// At most \p maxLength bytes, mostly from a small alphabet (so that
+  /// searches find something), else raw input bytes.
   std::string text(unsigned int maxLength) {
     static char const alphabet[] = {'a',  'b', 'c', 'A', ' ',    '\t',
                                     '\0', 'x', '*', '?', '\xE9', 'B'};
@@ -47,7 +46,7 @@ public:
     return out;
   }
 
-  /// A 1-based position for a text of \p length bytes: mostly inside or
+  /// A 1-based position in a text of \p length bytes: mostly inside or
   /// just past it, sometimes 0 or the largest value.
   unsigned int position(std::size_t length, bool allowHuge) {
     std::uint8_t const kind = byte();
@@ -71,13 +70,10 @@ private:
 inline std::string show(std::string const& bytes) {
   std::string out = "\"";
   for (unsigned char c : bytes) {
-    if (c >= 0x20 && c < 0x7F && c != '"' && c != '\\') {
-      out.push_back(static_cast<char>(c));
-    } else {
-      char hex[8];
-      std::snprintf(hex, sizeof hex, "\\x%02X", c);
-      out += hex;
-    }
+    char hex[8];
+    bool const plain = c >= 0x20 && c < 0x7F && c != '"' && c != '\\';
+    std::snprintf(hex, sizeof hex, plain ? "%c" : "\\x%02X", c);
+    out += hex;
   }
   return out + "\"";
 }

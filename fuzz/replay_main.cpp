@@ -1,21 +1,17 @@
-// Runs a fuzz target without libFuzzer. Every file named on the command line,
-// and every file in every directory named there, is passed once to
-// LLVMFuzzerTestOneInput. Then "-runs=N" more inputs follow, made from a
-// fixed seed: random bytes, and the corpus inputs mutated (bytes changed,
-// inserted, removed, cut off, copied). ctest runs each target's corpus this
-// way, so that the targets' models see new inputs in every test run; named
-// files alone (a crash to reproduce) are replayed without random inputs.
-// A mismatch aborts the run.
+// Runs a fuzz target without libFuzzer: every file named, and every file in
+// every directory named, once; then "-runs=N" inputs made from a fixed seed
+// (random bytes, corpus inputs with a few edits), so the targets' models see
+// new inputs in every test run. Files named alone (a crash to reproduce) are
+// replayed without them. A mismatch aborts the run.
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <dirent.h>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <random>
 #include <string>
-#include <sys/stat.h>
 #include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data,
@@ -26,21 +22,6 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv)
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
-
-void run(Bytes const& bytes) {
-  LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
-}
-
-bool readFile(std::string const& path, std::vector<Bytes>& inputs) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in) {
-    std::fprintf(stderr, "cannot read %s\n", path.c_str());
-    return false;
-  }
-  inputs.emplace_back((std::istreambuf_iterator<char>(in)),
-                      std::istreambuf_iterator<char>());
-  return true;
-}
 
 // One generated input: random bytes, or a corpus input with a few edits.
 Bytes generate(std::mt19937& rng, std::vector<Bytes> const& corpus) {
@@ -95,41 +76,42 @@ Bytes generate(std::mt19937& rng, std::vector<Bytes> const& corpus) {
 int main(int argc, char** argv) {
   if (LLVMFuzzerInitialize != nullptr)
     LLVMFuzzerInitialize(&argc, &argv);
-  bool failed = false;
-  bool sawDirectory = false;
+  namespace fs = std::filesystem;
+  bool failed = false, sawDirectory = false;
   long runs = -1;
   std::vector<Bytes> corpus;
   for (int i = 1; i < argc; ++i) {
-    std::string const path = argv[i];
-    if (path.compare(0, 6, "-runs=") == 0) {
-      runs = std::strtol(path.c_str() + 6, nullptr, 10);
-      continue;
-    }
-    struct stat info {};
-    if (::stat(path.c_str(), &info) != 0) {
-      std::fprintf(stderr, "no such input: %s\n", path.c_str());
-      failed = true;
-    } else if (!S_ISDIR(info.st_mode)) {
-      failed |= !readFile(path, corpus);
-    } else if (DIR* dir = ::opendir(path.c_str())) {
-      sawDirectory = true;
-      std::vector<std::string> names; // sorted: the same inputs every run
-      while (dirent* entry = ::readdir(dir))
-        if (entry->d_name[0] != '.')
-          names.push_back(path + "/" + entry->d_name);
-      ::closedir(dir);
-      std::sort(names.begin(), names.end());
-      for (std::string const& name : names)
-        failed |= !readFile(name, corpus);
+    std::string const arg = argv[i];
+    std::vector<fs::path> files; // sorted: the same inputs every run
+    std::error_code error;
+    if (arg.compare(0, 6, "-runs=") == 0)
+      runs = std::strtol(arg.c_str() + 6, nullptr, 10);
+    else if (fs::is_directory(arg, error))
+      for (auto const& entry : fs::directory_iterator(arg, error))
+        files.push_back(entry.path());
+    else
+      files.push_back(arg);
+    sawDirectory |= fs::is_directory(arg, error);
+    std::sort(files.begin(), files.end());
+    for (fs::path const& file : files) {
+      std::ifstream in(file, std::ios::binary);
+      failed |= !in;
+      if (in)
+        corpus.emplace_back((std::istreambuf_iterator<char>(in)),
+                            std::istreambuf_iterator<char>());
+      else
+        std::fprintf(stderr, "cannot read %s\n", file.c_str());
     }
   }
   for (Bytes const& input : corpus)
-    run(input);
+    LLVMFuzzerTestOneInput(input.data(), input.size());
   if (runs < 0)
     runs = sawDirectory ? 1000 : 0;
   std::mt19937 rng(20240611);
-  for (long i = 0; i < runs; ++i)
-    run(generate(rng, corpus));
+  for (long i = 0; i < runs; ++i) {
+    Bytes const input = generate(rng, corpus);
+    LLVMFuzzerTestOneInput(input.data(), input.size());
+  }
   std::printf("replayed %zu inputs, ran %ld generated ones\n", corpus.size(),
               runs);
   return !failed && !corpus.empty() ? 0 : 1;

@@ -1,287 +1,505 @@
-// Exception objects: class tree and names, locations and the fifth-slot
-// rule, text lines, deep copies, group texts, assertParameter, terminate,
-// and text allocation with the new-handler removed.
+// Exceptions, error information and the throw helpers, and the report each
+// throw writes first: one table of reports, one of throws (class, handler,
+// id, severity, group, text, location), scripted text and location edits,
+// and the allocation and thread corners in child processes.
 #include "dexcept.hpp"
 
+#include "base/dthrow_p.hpp"
+
 #include "dbase.hpp"
+#include "derrinfo.hpp"
+#include "dexctrace.hpp"
 #include "dtest_child.hpp"
 #include "dtest_support.hpp"
 
+#include <atomic>
+#include <cerrno>
 #include <cstring>
+#include <fcntl.h>
+#include <functional>
+#include <memory>
 #include <new>
 #include <string>
-#include <typeinfo>
+#include <thread>
+#include <unistd.h>
 #include <vector>
 
 namespace {
 
-// Throws a default-built exception of class E and reports which of the
-// given handlers caught it.
-template <class E>
-std::string caughtAs() {
-  try {
-    throw E("t", 7, DException::recoverable);
-  } catch (DOutOfMemory const&) {
-    return "DOutOfMemory";
-  } catch (DOutOfSystemResource const&) {
-    return "DOutOfSystemResource";
-  } catch (DOutOfWindowResource const&) {
-    return "DOutOfWindowResource";
-  } catch (DResourceExhausted const&) {
-    return "DResourceExhausted";
-  } catch (DException const&) {
-    return "DException";
-  }
+using Lines = std::vector<std::string>;
+char const testCatalogue[] = ZYN_BASE_TEST_CATALOG;
+char const missingText[] = "Unable to load text from message file.";
+std::string const libGroup = "   Error Code group is Zorvane Class Library";
+
+std::string joined(Lines const& lines) {
+  std::string out;
+  for (std::string const& line : lines)
+    out += (&line == &lines[0] ? "" : "|") + line;
+  return out;
 }
 
-template <class E>
-void checkClass(char const* name, char const* handler) {
-  SCOPED_TRACE(name);
-  E const e("text", 12, DException::recoverable);
-  EXPECT_STREQ(name, e.name());
-  EXPECT_STREQ(name, static_cast<DException const&>(e).name());
-  EXPECT_EQ(handler, caughtAs<E>());
-  E const copy(e);
-  EXPECT_STREQ(name, copy.name());
-  EXPECT_EQ(typeid(E), typeid(static_cast<DException const&>(copy)));
-  EXPECT_EQ(12ul, copy.errorId());
-  EXPECT_STREQ("text", copy.text());
+// A program's own exception class whose name is ownName.
+std::string ownName;
+class NamedException : public DException {
+public:
+  using DException::DException;
+  char const* name() const override { return ownName.c_str(); }
+};
+
+char const keepGroup[] = "keep";
+
+// The report of an exception built from the arguments, its writes joined
+// by '|'; exactly one exceptionLogged() goes with it.
+template <class E = DException>
+std::string report(char const* text, unsigned long id,
+                   std::vector<DExceptionLocation> const& locations = {},
+                   char const* group = keepGroup,
+                   std::vector<char const*> const& moreTexts = {}) {
+  E e(text, id, DException::recoverable);
+  for (char const* t : moreTexts)
+    e.setText(t);
+  if (group != keepGroup)
+    e.setErrorCodeGroup(group);
+  for (auto const& location : locations)
+    e.addLocation(location);
+  dtest::RecordingTrace trace;
+  EXPECT_EQ(&e, &e.logExceptionData());
+  EXPECT_EQ(1, trace.logged);
+  return joined(trace.lines);
+}
+
+// Texts newest first, then the locations, with the nulls past the ends.
+std::string state(DException const& e) {
+  std::string out = std::to_string(e.textCount()) + ":";
+  for (unsigned long i = 0; i < e.textCount(); ++i)
+    out += std::string(i ? "," : "") + e.text(i);
+  out += e.text(e.textCount()) == nullptr ? " locs" : " TEXT PAST END";
+  for (unsigned long i = 0; i < e.locationCount(); ++i)
+    out += std::string(" ") + e.locationAtIndex(i)->fileName() + ":" +
+           std::to_string(e.locationAtIndex(i)->lineNumber());
+  return out + (e.locationAtIndex(e.locationCount()) == nullptr &&
+                        e.locationAtIndex(~0ul) == nullptr
+                    ? ""
+                    : " LOCATION PAST END");
+}
+
+// One throw in one line: class, the handler that caught it, id, severity,
+// group, text, texts and locations, last location, and the report written
+// before the throw (its lines are checked by DExceptTrace.Reports).
+std::string thrown(std::function<void()> const& statement) {
+  dtest::RecordingTrace trace;
+  auto describe = [&trace](DException const& e, char const* handler) {
+    DExceptionLocation const* at = e.locationAtIndex(e.locationCount() - 1);
+    if (at == nullptr || e.text(0) == nullptr || trace.lines.empty())
+      return std::string("no location, text or report");
+    return std::string(e.name()) + " " + handler + " " +
+           trace.lines[1].substr(9) + (e.isRecoverable() ? " R " : " U ") +
+           trace.lines[2].substr(23) + " [" + e.text(0) + "] " +
+           std::to_string(e.textCount()) + std::to_string(e.locationCount()) +
+           " " + at->fileName() + ":" + std::to_string(at->lineNumber()) +
+           (trace.lines.size() == 5 && trace.logged == 1 &&
+                    trace.lines[0].find(std::string("file: ") +
+                                        at->fileName()) != std::string::npos &&
+                    trace.lines[4] == std::string("      ") + e.text(0)
+                ? ""
+                : " REPORT " + joined(trace.lines));
+  };
+  try {
+    statement();
+  } catch (DResourceExhausted const& e) {
+    return describe(e, "DResourceExhausted");
+  } catch (DException const& e) {
+    return describe(e, "DException");
+  }
+  return trace.lines.empty() && trace.logged == 0 ? "returned" : "reported";
 }
 
 } // namespace
 
-TEST(DException, ClassTreeNamesAndHandlers) {
-  checkClass<DException>("DException", "DException");
-  checkClass<DResourceExhausted>("DResourceExhausted", "DResourceExhausted");
-  checkClass<DOutOfMemory>("DOutOfMemory", "DOutOfMemory");
-  checkClass<DOutOfSystemResource>("DOutOfSystemResource",
-                                   "DOutOfSystemResource");
-  checkClass<DOutOfWindowResource>("DOutOfWindowResource",
-                                   "DOutOfWindowResource");
-  checkClass<DInvalidRequest>("DInvalidRequest", "DException");
-  checkClass<DInvalidParameter>("DInvalidParameter", "DException");
-  checkClass<DDeviceError>("DDeviceError", "DException");
-  checkClass<DAccessError>("DAccessError", "DException");
-  checkClass<DAssertionFailure>("DAssertionFailure", "DException");
+TEST(DExceptTrace, Reports) {
+  std::string const group(1000, 'g'), text(5000, 't'), file(3000, 'f'),
+      function(3000, 'u');
+  ownName.assign(700, 'N');
+  auto const line = [](unsigned long n) {
+    return report("x", 1, {{"f", nullptr, n}});
+  };
+  std::string const lineHead =
+      "DException exception thrown.\n   function: Unknown\n   file: f\n"
+      "   line: ";
+  std::string const xTail =
+      "|   Error Id is 1|" + libGroup + "|   Exception text is:|      x";
+  std::string const noLocation = "\nDException exception thrown.\n"
+                                 "   Location information is unavailable.";
+  struct Row {
+    std::string got, want;
+  };
+  Row const rows[] = {
+      {report<DInvalidRequest>("boom", 1010, {{"dbuffer0", nullptr, 561}}),
+       "DInvalidRequest exception thrown.\n   function: Unknown\n"
+       "   file: dbuffer0\n   line: 561|   Error Id is 1010|" +
+           libGroup + "|   Exception text is:|      boom"},
+      {report(nullptr, 0), noLocation + "|   Error Id is unavailable.|" +
+                               libGroup + "|   Exception text is unavailable."},
+      {report(nullptr, 0, {}, nullptr), // four leading blanks
+       noLocation + "|   Error Id is unavailable.|" +
+           "    Error Code group is unavailable.|" +
+           "   Exception text is unavailable."},
+      {report<DDeviceError>("first", 5, {{"f", "fn", 1}},
+                            DException::operatingSystem, {"second", "third"}),
+       "DDeviceError exception thrown.\n   function: fn\n   file: f\n"
+       "   line: 1|   Error Id is 5|   Error Code group is Operating System|"
+       "   Exception text is:|      first|      second|      third"},
+      {report("x", 1,
+              {{"a", nullptr, 10},
+               {"b", nullptr, 10},
+               {"c", nullptr, 10},
+               {"d", nullptr, 10},
+               {"e", nullptr, 10},
+               {"sixth", nullptr, 10}}),
+       "DException exception thrown.\n   function: Unknown\n   file: sixth\n"
+       "   line: 10" +
+           xTail},
+      // Line numbers as 32-bit signed values; no file name reports as "".
+      {line(2147483648ul), lineHead + "-2147483648" + xTail},
+      {line(4294967296ul + 561), lineHead + "561" + xTail},
+      {report("x", 1, {{nullptr, nullptr, 3}}),
+       "DException exception thrown.\n   function: Unknown\n   file: \n"
+       "   line: 3" +
+           xTail},
+      // No line is ever cut, whichever part is the longest.
+      {report(text.c_str(), 2, {{file.c_str(), function.c_str(), 4}},
+              group.c_str()),
+       "DException exception thrown.\n   function: " + function +
+           "\n   file: " + file + "\n   line: 4|   Error Id is 2|" +
+           "   Error Code group is " + group + "|   Exception text is:|      " +
+           text},
+      {report("short", 2, {}, group.c_str()),
+       noLocation + "|   Error Id is 2|   Error Code group is " + group +
+           "|   Exception text is:|      short"},
+      {report<NamedException>(nullptr, 0),
+       "\n" + ownName +
+           " exception thrown.\n   Location information is unavailable.|" +
+           "   Error Id is unavailable.|" + libGroup +
+           "|   Exception text is unavailable."},
+  };
+  for (Row const& r : rows)
+    EXPECT_EQ(r.want, r.got) << &r - rows;
 }
 
-TEST(DException, ConstructorAndSetters) {
-  DException e("abc", 1010, DException::recoverable);
-  EXPECT_TRUE(e.isRecoverable());
-  EXPECT_EQ(1010ul, e.errorId());
-  EXPECT_STREQ("Zorvane Class Library", e.errorCodeGroup());
-  EXPECT_EQ(0ul, e.locationCount());
-  EXPECT_EQ(1ul, e.textCount());
-  EXPECT_STREQ("abc", e.text(0));
-  static char const group[] = "My Group";
-  e.setSeverity(DException::unrecoverable)
-      .setErrorId(42)
-      .setErrorCodeGroup(group);
-  EXPECT_FALSE(e.isRecoverable());
-  EXPECT_EQ(42ul, e.errorId());
-  EXPECT_EQ(group, e.errorCodeGroup()); // the pointer itself
-  e.setSeverity(DException::recoverable);
-  EXPECT_TRUE(e.isRecoverable());
-  DException const none(nullptr, 0, DException::unrecoverable);
+// Texts newest first, null texts ignored, the fifth location slot always
+// the latest; a copy owns its texts and locations.
+TEST(DException, TextsLocationsAndCopies) {
+  static char const* const files[] = {"f0", "f1", "f2", "f3", "f4", "f5", "f6"};
+  DException e("c", 0, DException::recoverable);
+  e.setText("a").setText("b").setText(nullptr).appendText(nullptr);
+  EXPECT_EQ("3:b,a,c locs", state(e));
+  e.setText("").appendText("x").appendText("").appendText("yz");
+  for (unsigned long i = 0; i < 5; ++i)
+    e.addLocation(DExceptionLocation(files[i], "fn", i));
+  EXPECT_EQ("4:xyz,b,a,c locs f0:0 f1:1 f2:2 f3:3 f4:4", state(e));
+  e.addLocation(DExceptionLocation(files[5], nullptr, 5));
+  EXPECT_EQ("4:xyz,b,a,c locs f0:0 f1:1 f2:2 f3:3 f5:5", state(e));
+  DException copy(e.setErrorCodeGroup(DException::other));
+  copy.appendText("!").setText("new").addLocation({files[6], nullptr, 6});
+  EXPECT_EQ("4:xyz,b,a,c locs f0:0 f1:1 f2:2 f3:3 f5:5", state(e));
+  EXPECT_EQ("5:new,xyz!,b,a,c locs f0:0 f1:1 f2:2 f3:3 f6:6", state(copy));
+  EXPECT_EQ(DException::other, copy.errorCodeGroup());
+  EXPECT_TRUE(copy.isRecoverable());
+  EXPECT_STREQ("xyz", e.text());
+  DException none(nullptr, 0, DException::unrecoverable);
+  EXPECT_EQ("0: locs", state(DException(none)));
+  EXPECT_EQ("1:x locs", state(none.appendText("x")));
   EXPECT_FALSE(none.isRecoverable());
-  EXPECT_EQ(0ul, none.textCount());
-  EXPECT_EQ(nullptr, none.text(0));
-}
-
-TEST(DException, GroupTextsAndConstructorLiteral) {
-  EXPECT_STREQ("Zorvane Class Library", DException::baseLibrary);
-  EXPECT_STREQ("Standard C Library", DException::CLibrary);
-  EXPECT_STREQ("Operating System", DException::operatingSystem);
-  EXPECT_STREQ("Presentation System", DException::presentationSystem);
-  EXPECT_STREQ("Other Error Group", DException::other);
-
-  // The constructor uses its own literal, not the class variable.
+  EXPECT_EQ(42ul, none.setErrorId(42).errorId());
+  EXPECT_TRUE(none.setSeverity(DException::recoverable).isRecoverable());
+  // The constructor's group is its own literal, not the variable.
   char const* const saved = DException::baseLibrary;
   DException::baseLibrary = "Changed";
-  DException const e("x", 1, DException::recoverable);
+  DException const fresh("x", 1010, DException::recoverable);
   DException::baseLibrary = saved;
-  EXPECT_STREQ("Zorvane Class Library", e.errorCodeGroup());
+  EXPECT_STREQ("Zorvane Class Library", fresh.errorCodeGroup());
 }
 
-TEST(DException, LocationsKeepFirstFourAndLatest) {
-  static char const* const files[] = {"f0", "f1", "f2", "f3", "f4", "f5", "f6"};
-  DException e("x", 0, DException::recoverable);
-  for (unsigned long i = 0; i < 7; ++i) {
-    DException& back = e.addLocation(DExceptionLocation(files[i], "fn", i));
-    EXPECT_EQ(&e, &back);
-    EXPECT_EQ(i < 5 ? i + 1 : 5ul, e.locationCount());
+TEST(DErrorInfo, TextsIdsAndAvailability) {
+  std::string const text185 = DBase::messageText(185).text();
+  std::string const text186 = DBase::messageText(186).text();
+  ASSERT_NE(missingText, text185);
+  ASSERT_NE(missingText, text186);
+  ASSERT_EQ(-1, ::open("/nonexistent-dir/zyn-test", O_RDONLY));
+  DCLibErrorInfo const open("open");
+  ASSERT_EQ(-1, ::close(-1));
+  DCLibErrorInfo const plain(nullptr), empty("");
+  DSystemErrorInfo const sys(5, nullptr), sysPrefix(0, "p");
+  DGUIErrorInfo const gui("x"), guiPlain;
+  struct Row {
+    DBaseErrorInfo const& info;
+    unsigned long id;
+    bool available;
+    std::string text;
+  };
+  Row const rows[] = {
+      {open, ENOENT, true, std::string("open:") + std::strerror(ENOENT)},
+      {plain, EBADF, true, std::strerror(EBADF)},
+      {empty, EBADF, true, std::string(":") + std::strerror(EBADF)},
+      {sys, 5, true, text186},
+      {sysPrefix, 0, true, "p:" + text186},
+      {gui, 0, false, "x:" + text185},
+      {guiPlain, 0, false, text185},
+  };
+  for (Row const& r : rows) {
+    EXPECT_EQ(r.id, r.info.errorId()) << r.text;
+    EXPECT_EQ(r.available, r.info.isAvailable()) << r.text;
+    EXPECT_EQ(r.text, r.info.text());
+    EXPECT_EQ(r.info.text(), static_cast<char const*>(r.info));
   }
-  for (unsigned long i = 0; i < 4; ++i) {
-    SCOPED_TRACE(i);
-    ASSERT_NE(nullptr, e.locationAtIndex(i));
-    EXPECT_STREQ(files[i], e.locationAtIndex(i)->fileName());
-    EXPECT_EQ(i, e.locationAtIndex(i)->lineNumber());
+  EXPECT_STREQ("DVBase object", empty.asString());
+}
+
+// The type selects the class thrown (and the handler that catches it);
+// outside the eight nothing is selected and the helpers just return. Each
+// helper sets its own id, group and text; thrown() checks the report.
+TEST(DThrowHelpers, Throws) {
+  char const* const types[] = {"DAccessError DException",
+                               "DDeviceError DException",
+                               "DInvalidParameter DException",
+                               "DInvalidRequest DException",
+                               "DOutOfSystemResource DResourceExhausted",
+                               "DOutOfWindowResource DResourceExhausted",
+                               "DOutOfMemory DResourceExhausted",
+                               "DResourceExhausted DResourceExhausted"};
+  std::string const text1 = DBase::messageText(1, "boom").text();
+  for (int i = 0; i < 10; ++i) {
+    auto const type =
+        static_cast<DBaseErrorInfo::ExceptionType>(i < 9 ? i : -1);
+    auto const severity =
+        i % 2 ? DException::unrecoverable : DException::recoverable;
+    EXPECT_EQ(
+        i >= 8 ? "returned"
+               : std::string(types[i]) + " Id is 1" + (i % 2 ? " U " : " R ") +
+                     "Zorvane Class Library [" + text1 + "] 11 lib:10",
+        thrown([&] {
+          DExcept__throwLibraryError(1, DExceptionLocation("lib", nullptr, 10),
+                                     type, severity, "boom");
+        }));
   }
-  // The sixth replaced the fifth, and the seventh the sixth.
-  EXPECT_STREQ("f6", e.locationAtIndex(4)->fileName());
-  EXPECT_EQ(6ul, e.locationAtIndex(4)->lineNumber());
-  EXPECT_EQ(nullptr, e.locationAtIndex(5));
-  EXPECT_EQ(nullptr, e.locationAtIndex(~0ul));
-
-  DException const fresh("x", 0, DException::recoverable);
-  EXPECT_EQ(nullptr, fresh.locationAtIndex(0));
-  DException partial("x", 0, DException::recoverable);
-  partial.addLocation(DExceptionLocation("a", nullptr, 1));
-  EXPECT_EQ(nullptr, partial.locationAtIndex(partial.locationCount()));
+  std::string const text1s = DBase::messageText(1, "s").text();
+  std::string const text185 = DBase::messageText(185).text();
+  std::string const text186 = DBase::messageText(186).text();
+  DSystemErrorInfo const info(77, "sys");
+  DCLibErrorInfo const clib("c");
+  DExceptionLocation const at("at", nullptr, 5);
+  auto const device = DBaseErrorInfo::deviceError;
+  auto const recov = DException::recoverable;
+  auto const none = static_cast<DBaseErrorInfo::ExceptionType>(8);
+  std::string const ddevice = "DDeviceError DException Id is ";
+  struct Row {
+    std::function<void()> statement;
+    std::string want;
+  };
+  Row const rows[] = {
+      {[&] { info.throwError(at, device, recov, "Caller Group"); },
+       ddevice + "77 R Caller Group [" + info.text() + "] 11 at:5"},
+      {[&] {
+         DExcept__throwError(1, at, "x", "G", device, recov, testCatalogue);
+       },
+       ddevice + "1 R G [Bad %1 at %2] 11 at:5"},
+      {[&] { DExcept__throwError(5, at, "x", "G", device, recov, nullptr); },
+       ddevice + "5 R G [" + missingText + "] 11 at:5"},
+      {[&] {
+         DExcept__throwError(5, at, "x", "G", device, recov, testCatalogue);
+       },
+       ddevice + "5 R G [crlf] 11 at:5"},
+      {[&] { DExcept__assertState("s", DExceptionLocation("st", "fn", 40)); },
+       "DInvalidRequest DException Id is 1 R Other Error Group [" + text1s +
+           "] 11 st:40"},
+      {[&] { DExcept__assertParameter("s", at); },
+       "DInvalidParameter DException Id is 1 R Other Error Group [" + text1s +
+           "] 11 at:5"},
+      {[&] {
+         DException::assertParameter("t", {"f", "fn", 12});
+       },
+       "DAssertionFailure DException Id is unavailable. U Other Error Group "
+       "[t] 11 f:12"},
+      {[&] {
+         ASSERT_EQ(-1, ::chdir("/nonexistent-dir/zyn-test"));
+         DCLibErrorInfo::throwCLibError("chdir", at,
+                                        DBaseErrorInfo::accessError,
+                                        DException::unrecoverable);
+       },
+       "DAccessError DException Id is " + std::to_string(ENOENT) +
+           " U Standard C Library [chdir:" + std::strerror(ENOENT) +
+           "] 11 at:5"},
+      {[&] {
+         DSystemErrorInfo::throwSystemError(13, "p", at,
+                                            DBaseErrorInfo::outOfSystemResource,
+                                            DBase::unrecoverable);
+       },
+       "DOutOfSystemResource DResourceExhausted Id is 13 U Operating System "
+       "[p:" +
+           text186 + "] 11 at:5"},
+      {[&] { DGUIErrorInfo::throwGUIError("g", at, device, recov); },
+       ddevice + "unavailable. R Presentation System [g:" + text185 +
+           "] 11 at:5"},
+      {[&] { clib.throwError(at, none, recov, "G"); }, "returned"},
+      {[&] { DCLibErrorInfo::throwCLibError("p", at, none, recov); },
+       "returned"},
+      {[&] { DSystemErrorInfo::throwSystemError(3, "p", at, none, recov); },
+       "returned"},
+      {[&] { DGUIErrorInfo::throwGUIError("p", at, none, recov); }, "returned"},
+  };
+  for (Row const& r : rows)
+    EXPECT_EQ(r.want, thrown(r.statement)) << &r - rows;
+  // The assert helpers and throwCLibError read the group variables when
+  // they throw; DException::assertParameter uses its own literal.
+  char const* const savedOther = DException::other;
+  char const* const savedCLib = DException::CLibrary;
+  DException::other = "Changed Other";
+  DException::CLibrary = "Changed C";
+  std::string const changed[] = {
+      thrown(rows[4].statement), thrown(rows[5].statement),
+      thrown(rows[6].statement), thrown(rows[7].statement)};
+  DException::other = savedOther;
+  DException::CLibrary = savedCLib;
+  char const* const groups[] = {" Changed Other [", " Changed Other [",
+                                " Other Error Group [", " Changed C ["};
+  for (int k = 0; k < 4; ++k)
+    EXPECT_NE(std::string::npos, changed[k].find(groups[k])) << changed[k];
 }
 
-TEST(DExceptionLocation, Defaults) {
-  DExceptionLocation const none;
-  EXPECT_EQ(nullptr, none.fileName());
-  EXPECT_STREQ("Unknown", none.functionName());
-  EXPECT_EQ(0ul, none.lineNumber());
-}
-
-TEST(DException, TextLinesNewestFirst) {
-  DException e("c", 0, DException::recoverable);
-  DException& back = e.setText("a");
-  EXPECT_EQ(&e, &back);
-  e.setText("b");
-  EXPECT_EQ(3ul, e.textCount());
-  EXPECT_STREQ("b", e.text(0));
-  EXPECT_STREQ("a", e.text(1));
-  EXPECT_STREQ("c", e.text(2));
-  EXPECT_EQ(nullptr, e.text(3));
-  EXPECT_STREQ("b", e.text()); // the index defaults to the newest line
-
-  e.setText(nullptr);
-  e.appendText(nullptr);
-  EXPECT_EQ(3ul, e.textCount());
-  EXPECT_STREQ("b", e.text(0));
-
-  // An empty text is still a line.
-  e.setText("");
-  EXPECT_EQ(4ul, e.textCount());
-  EXPECT_STREQ("", e.text(0));
-}
-
-TEST(DException, AppendTextJoinsNewestLine) {
-  DException empty(nullptr, 0, DException::recoverable);
-  DException& back = empty.appendText("x");
-  EXPECT_EQ(&empty, &back);
-  EXPECT_EQ(1ul, empty.textCount());
-  EXPECT_STREQ("x", empty.text(0));
-
-  DException e("abc", 0, DException::recoverable);
-  e.appendText("x");
-  EXPECT_EQ(1ul, e.textCount());
-  EXPECT_STREQ("abcx", e.text(0));
-
-  e.setText("new");
-  e.appendText("er");
-  e.appendText("");
-  EXPECT_EQ(2ul, e.textCount());
-  EXPECT_STREQ("newer", e.text(0));
-  EXPECT_STREQ("abcx", e.text(1));
-}
-
-TEST(DException, CopyOwnsItsTextsAndLocations) {
-  DException source("one", 9, DException::recoverable);
-  source.setText("two");
-  source.setErrorCodeGroup(DException::other);
-  source.addLocation(DExceptionLocation("f", "g", 3));
-  source.addLocation(DExceptionLocation("h", nullptr, 4));
-
-  DException copy(source);
-  EXPECT_EQ(2ul, copy.textCount());
-  EXPECT_NE(source.text(0), copy.text(0)); // own storage
-  EXPECT_STREQ("two", copy.text(0));
-  EXPECT_STREQ("one", copy.text(1));
-  EXPECT_EQ(DException::other, copy.errorCodeGroup());
-  EXPECT_EQ(9ul, copy.errorId());
-  EXPECT_TRUE(copy.isRecoverable());
-  ASSERT_EQ(2ul, copy.locationCount());
-  EXPECT_STREQ("h", copy.locationAtIndex(1)->fileName());
-  EXPECT_EQ(4ul, copy.locationAtIndex(1)->lineNumber());
-
-  copy.appendText("!");
-  copy.setText("three");
-  copy.addLocation(DExceptionLocation("i", nullptr, 5));
-  EXPECT_STREQ("two", source.text(0));
-  EXPECT_STREQ("one", source.text(1));
-  EXPECT_EQ(2ul, source.textCount());
-  EXPECT_EQ(2ul, source.locationCount());
-  EXPECT_STREQ("two!", copy.text(1));
-
-  DException const emptyCopy(DException(nullptr, 0, DException::recoverable));
-  EXPECT_EQ(0ul, emptyCopy.textCount());
-}
-
-// Logged once before the throw, with the caller's text and the group named
-// by its own literal (the class variable `other` may point elsewhere).
-TEST(DException, AssertParameterThrowsAssertionFailure) {
-  dtest::RecordingTrace trace;
-  char const* const saved = DException::other;
-  DException::other = "Changed";
-  bool thrown = false;
-  try {
-    DException::assertParameter("t", DExceptionLocation("file", "fn", 12));
-  } catch (DAssertionFailure const& e) {
-    thrown = !e.isRecoverable() && e.locationCount() == 1 && e.textCount() == 1;
-    EXPECT_STREQ("Other Error Group", e.errorCodeGroup());
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
+namespace {
+// Whether the new-handler was removed while each line was written.
+class HandlerProbe : public DException::TraceFn {
+public:
+  void write(char const*) override {
+    handlerSeen = handlerSeen || std::get_new_handler() != nullptr;
+    ++writes;
   }
-  DException::other = saved;
-  EXPECT_TRUE(thrown);
-  EXPECT_EQ(1, trace.logged);
-  std::vector<std::string> const want = {
-      "DAssertionFailure exception thrown.\n   function: fn\n"
-      "   file: file\n   line: 12",
-      "   Error Id is unavailable.", "   Error Code group is Other Error Group",
-      "   Exception text is:", "      t"};
-  EXPECT_EQ(want, trace.lines);
+  void exceptionLogged() override { ++logged; }
+  std::atomic<bool> handlerSeen{false};
+  std::atomic<int> writes{0}, logged{0};
+};
+} // namespace
+#pragma GCC diagnostic pop
+
+// The new-handler is removed while the lines are written and put back
+// afterwards; setTraceFunction hands back the previous writer (at first the
+// library's own).
+TEST(DExceptTrace, WritersAndTheNewHandler) {
+  HandlerProbe a, b;
+  DException::TraceFn* const library = DException::setTraceFunction(a);
+  EXPECT_NE(nullptr, dynamic_cast<DKOVR_Init*>(library));
+  EXPECT_EQ(&a, DExceptStaticPtr::traceFunction());
+  std::new_handler const before = std::get_new_handler();
+  DException("x", 1, DException::recoverable).logExceptionData();
+  EXPECT_EQ(5, a.writes.load());
+  EXPECT_EQ(1, a.logged.load());
+  EXPECT_FALSE(a.handlerSeen.load());
+  EXPECT_EQ(before, std::get_new_handler());
+  EXPECT_EQ(&a, DException::setTraceFunction(b));
+  EXPECT_EQ(&b, DExceptStaticPtr::install(*library));
+  EXPECT_EQ(library, DExceptStaticPtr::traceFunction());
 }
 
-TEST(DException, TerminateCallsTerminateHandler) {
+// Throws on several threads overlap their suspensions of the new-handler:
+// each line is still written without it, and afterwards the library's
+// handler is back, so running out of memory raises DOutOfMemory again.
+TEST(DExceptTraceThread, OverlappingThrowsKeepTheNewHandler) {
+  ASSERT_EQ(&DKOVR_Init::newHandler, std::get_new_handler());
+  (void)DBase::messageText(1); // fixes the catalogue name beforehand
+  HandlerProbe probe;
+  DException::TraceFn* const previous = DException::setTraceFunction(probe);
+  int lost = 0;
+  for (int round = 0; round < 6; ++round) {
+    std::vector<std::thread> workers;
+    for (int t = 0; t < 4; ++t)
+      workers.emplace_back([] {
+        for (int i = 0; i < 200; ++i)
+          try {
+            DExcept__assertState("overlap", {"f", nullptr, 1});
+          } catch (DInvalidRequest const&) {
+          }
+      });
+    for (std::thread& w : workers)
+      w.join();
+    lost += std::get_new_handler() != &DKOVR_Init::newHandler;
+    std::set_new_handler(&DKOVR_Init::newHandler);
+  }
+  DException::setTraceFunction(*previous);
+  EXPECT_EQ(6 * 4 * 200, probe.logged.load());
+  EXPECT_FALSE(probe.handlerSeen.load());
+  EXPECT_EQ(0, lost) << "rounds that lost the library's new-handler";
+  if (dtest::allocationsCanFail()) {
+    EXPECT_EQ(dtest::LimitedOutcome::outOfMemory,
+              dtest::runWithLimitedMemory(1u << 20, [] {
+                std::unique_ptr<char[]> const used(new char[2u << 20]);
+                static_cast<char volatile*>(used.get())[0] = 1;
+              }));
+  }
+}
+
+// On standard error: the library's writers print each line with "%s\n";
+// without a line buffer the report goes there directly with the second set
+// of texts, and no writer sees any of it. terminate() calls the terminate
+// handler.
+TEST(DExceptTrace, StandardErrorReports) {
+  std::string const text1010 = DBase::messageText(1010).text();
   dtest::ChildResult const child = dtest::runInChild([] {
-    std::set_terminate([] { std::_Exit(42); });
-    DInvalidRequest e("x", 1, DException::recoverable);
-    e.terminate();
+    try {
+      dinternal::throwMessage<DInvalidRequest>(1010, DException::recoverable,
+                                               "dbuffer0", 561);
+    } catch (DInvalidRequest const&) {
+    }
+    DException::TraceFn base;
+    base.write("base %s line");
+    DExceptTraceFn().write("default writer");
+    base.exceptionLogged();
     return 0;
   });
-  EXPECT_EQ(42, child.exitCode) << child.output;
-}
-
-// Text storage is allocated with the new-handler removed: running out of
-// memory while copying a text raises std::bad_alloc, not the library's
-// DOutOfMemory, and leaves the text list as it was.
-TEST(DException, TextAllocationBypassesNewHandler) {
+  EXPECT_EQ(0, child.exitCode);
+  EXPECT_EQ("DInvalidRequest exception thrown.\n   function: Unknown\n"
+            "   file: dbuffer0\n   line: 561\n   Error Id is 1010\n" +
+                libGroup + "\n   Exception text is:\n      " + text1010 +
+                "\nbase %s line\ndefault writer\n",
+            child.output);
+  EXPECT_EQ(42, dtest::runInChild([] {
+                  std::set_terminate([] { std::_Exit(42); });
+                  DInvalidRequest("x", 1, DException::recoverable).terminate();
+                  return 0;
+                }).exitCode);
   if (!dtest::allocationsCanFail())
     GTEST_SKIP() << "allocations cannot be made to fail here (valgrind)";
-  dtest::ChildResult const child = dtest::runInChild([] {
-    std::string const big(64u << 20, 'x');
-    DException e("kept", 0, DException::recoverable);
-    dtest::failAllocationsFrom(8u << 20);
-    int result = 0;
-    try {
+  std::string const big(8u << 20, 'B');
+  auto const run = [&big](bool full) {
+    return dtest::runInChild([&big, full] {
+      dtest::RecordingTrace trace;
+      ownName = big;
+      DInvalidRequest e("small", 33, DException::recoverable);
       e.setText(big.c_str());
-      result = 3;
-    } catch (std::bad_alloc const&) {
-      std::printf("child: bad_alloc\n");
-    } catch (DException const& d) {
-      std::printf("child: %s\n", d.name());
-      result = 4;
-    }
-    try {
-      e.appendText(big.c_str());
-      result = 5;
-    } catch (std::bad_alloc const&) {
-      std::printf("child: bad_alloc\n");
-    }
-    std::printf("child: count %lu text %s\n", e.textCount(), e.text(0));
-    // The library's handler is back in force afterwards.
-    std::printf("child: handler %s\n",
-                std::get_new_handler() == &DKOVR_Init::newHandler ? "library"
-                                                                  : "other");
-    return result;
-  });
-  EXPECT_EQ(0, child.exitCode) << child.output;
-  auto const lines = dtest::linesWith(child.output, "child: ");
-  std::vector<std::string> const want = {
-      "bad_alloc", "bad_alloc", "count 1 text kept", "handler library"};
-  EXPECT_EQ(want, lines);
+      e.addLocation(DExceptionLocation("f", "fn", 4294967295ul));
+      NamedException bare(nullptr, 0, DException::recoverable);
+      bare.setErrorCodeGroup(nullptr);
+      dtest::failAllocationsFrom(2u << 20);
+      (full ? static_cast<DException&>(e) : bare).logExceptionData();
+      std::fprintf(stderr, "lines %zu logged %d\n", trace.lines.size(),
+                   trace.logged);
+      return 0;
+    });
+  };
+  dtest::ChildResult const full = run(true), bare = run(false);
+  EXPECT_TRUE("DInvalidRequest exception thrown.\n   function: fn\n"
+              "   file: f\n   line: 4294967295.\n   Error ID is 33\n"
+              " Error Code group is Zorvane Class Library\n"
+              "   Exception text is:\n      small\n      " +
+                  big + "\nlines 0 logged 0\n" ==
+              full.output)
+      << full.output.substr(0, 400);
+  EXPECT_TRUE("\n" + big +
+                  " exception thrown.\n   Location information is "
+                  "unavailable.\n   Error ID is unavailable.\n"
+                  "   Error Code group is unavailable.\n"
+                  "   Exception text is unavailable.\nlines 0 logged 0\n" ==
+              bare.output)
+      << bare.output.substr(0, 400);
 }

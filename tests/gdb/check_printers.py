@@ -9,8 +9,7 @@ import gdb
 gdb.execute('set pagination off')
 gdb.execute('set print pretty off')
 gdb.execute('source ' + os.environ['ZYN_GDB_PRINTERS'])
-# ZYN_GDB_LAYOUT=1: read the objects by their layout, as without the
-# library's debug information (a release build has none in any case).
+# ZYN_GDB_LAYOUT=1: read the objects by their layout (no debug information).
 if os.environ.get('ZYN_GDB_LAYOUT') == '1':
     import __main__
     __main__.force_layout = True
@@ -61,10 +60,9 @@ check('base', r'DInvalidRequest \(error id 1010, recoverable, .*')
 check('*second', r'gdb_subject:57 \(main\)')
 
 # Every row of the table against the library's own calendar fields.
-months = ('January', 'February', 'March', 'April', 'May', 'June', 'July',
-          'August', 'September', 'October', 'November', 'December')
-days = ('Monday', 'Tuesday', 'Wednesday', 'Thursday', 'Friday', 'Saturday',
-        'Sunday')
+months = ('January February March April May June July August September '
+          'October November December').split()
+days = 'Monday Tuesday Wednesday Thursday Friday Saturday Sunday'.split()
 for i in range(int(gdb.parse_and_eval('dateCount'))):
     row = gdb.parse_and_eval('dateTable[%d]' % i)
     year = int(row['year'])

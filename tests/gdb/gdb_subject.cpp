@@ -12,23 +12,13 @@ struct DateRow {
   int year, month, day, weekday;
 };
 
-static DateRow dateTable[] = {
-    {DDate::fromJulianDay(0), 0, 0, 0, 0},
-    {DDate::fromJulianDay(-1), 0, 0, 0, 0},
-    {DDate::fromJulianDay(-1462), 0, 0, 0, 0},
-    {DDate::fromJulianDay(1721423), 0, 0, 0, 0}, // 31 December 1 BC
-    {DDate::fromJulianDay(1721424), 0, 0, 0, 0}, // 1 January AD 1
-    {DDate::fromJulianDay(2299160), 0, 0, 0, 0},
-    {DDate::fromJulianDay(2361221), 0, 0, 0, 0}, // 2 September 1752
-    {DDate::fromJulianDay(2361222), 0, 0, 0, 0}, // 14 September 1752
-    {DDate::fromJulianDay(2361331), 0, 0, 0, 0}, // 1 January 1753
-    {DDate::fromJulianDay(2415079), 0, 0, 0, 0}, // around 1 March 1900
-    {DDate::fromJulianDay(2451604), 0, 0, 0, 0}, // around 29 February 2000
-    {DDate::fromJulianDay(2488128), 0, 0, 0, 0}, // around 1 March 2100
-    {DDate::fromJulianDay(2460000), 0, 0, 0, 0},
-    {DDate::fromJulianDay(5373484), 0, 0, 0, 0}, // AD 9999
-};
-static unsigned const dateCount = sizeof dateTable / sizeof dateTable[0];
+// Around day 0, 1 BC / AD 1, the reform of 1582 and 1752, the century
+// leap rules (1900, 2000, 2100) and AD 9999.
+static long const dayNumbers[] = {0,       -1,      -1462,   1721423, 1721424,
+                                  2299160, 2361221, 2361222, 2361331, 2415079,
+                                  2451604, 2488128, 2460000, 5373484};
+static unsigned const dateCount = sizeof dayNumbers / sizeof dayNumbers[0];
+static DateRow dateTable[dateCount];
 // Read by the check script: below 2 the multibyte run has no locale.
 static int mbCurMax = 0;
 
@@ -42,7 +32,9 @@ int main() {
   // strings, a multibyte locale DDBCSBuffer strings.
   std::setlocale(LC_ALL, "");
   mbCurMax = static_cast<int>(MB_CUR_MAX);
-  for (DateRow& row : dateTable) {
+  for (unsigned i = 0; i < dateCount; ++i) {
+    DateRow& row = dateTable[i];
+    row.date = DDate::fromJulianDay(dayNumbers[i]);
     row.year = row.date.year();
     row.month = row.date.monthOfYear();
     row.day = row.date.dayOfMonth();

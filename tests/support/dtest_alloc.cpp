@@ -1,10 +1,9 @@
-// The test program's own allocation operators: malloc and free, plus
-// a switch that makes every allocation from a given size on fail the way
-// an exhausted heap does (the new-handler is called while one is
-// installed, else std::bad_alloc). Memory-fault tests use it instead of an
-// address-space limit, whose outcome depends on what the heap happens to
-// have mapped already. Defined in the program, these replace the standard
-// operators for the library too.
+// The test program's allocation operators, replacing the standard ones for
+// the library too: malloc and free, plus a switch that makes every
+// allocation from a given size on fail as on an exhausted heap (the
+// new-handler is called while one is installed, else std::bad_alloc).
+// Each block starts with a header naming the form that made it, so that a
+// delete of the other form still stops the program.
 #include "dtest_child.hpp"
 
 #include <atomic>
@@ -17,28 +16,17 @@
 
 namespace {
 
-// 0: no allocation fails.
-std::atomic<std::size_t> failFrom{0};
-// Allocations served here: valgrind, for one, puts its own operators in
-// place of these.
+std::atomic<std::size_t> failFrom{0}; // 0: no allocation fails
 std::atomic<unsigned long> served{0};
 
-bool fails(std::size_t size) {
-  std::size_t const limit = failFrom.load(std::memory_order_relaxed);
-  return limit != 0 && size >= limit;
-}
-
-// Each block starts with a header naming the form that made it, so that a
-// delete of the other form (or of memory not from here) still stops the
-// program, as the sanitizers and valgrind would say had these operators
-// not replaced theirs. 16 bytes keep the alignment of malloc.
 enum class Form : std::size_t { single = 0x5D1E, array = 0xA77A };
-constexpr std::size_t headerSize = 16;
+constexpr std::size_t headerSize = 16; // keeps malloc's alignment
 
 void* allocate(std::size_t size, Form form) {
   served.fetch_add(1, std::memory_order_relaxed);
   for (;;) {
-    if (fails(size))
+    std::size_t const limit = failFrom.load(std::memory_order_relaxed);
+    if (limit != 0 && size >= limit)
       errno = ENOMEM; // as an exhausted malloc leaves it
     else if (size <= SIZE_MAX - headerSize)
       if (void* p = std::malloc(headerSize + size)) {
@@ -52,7 +40,6 @@ void* allocate(std::size_t size, Form form) {
   }
 }
 
-// The standard nothrow forms: whatever the handler throws becomes null.
 void* allocateOrNull(std::size_t size, Form form) noexcept {
   try {
     return allocate(size, form);
@@ -66,8 +53,7 @@ void release(void* p, Form form) noexcept {
     return;
   void* const block = static_cast<char*>(p) - headerSize;
   if (*static_cast<Form*>(block) != form) {
-    std::fputs("dtest_alloc: delete does not match the new that made the "
-               "block\n",
+    std::fputs("dtest_alloc: delete does not match the new of the block\n",
                stderr);
     std::abort();
   }
@@ -82,7 +68,7 @@ void dtest::failAllocationsFrom(std::size_t bytes) {
 
 bool dtest::allocationsCanFail() {
   // Called through pointers, as the library calls them: a replacement
-  // takes the calls at the operators' addresses, and nothing is inlined.
+  // (valgrind's) takes the calls at the operators' addresses.
   void* (*volatile const allocateArray)(std::size_t) = &::operator new[];
   void (*volatile const releaseArray)(void*) noexcept = &::operator delete[];
   unsigned long const before = served.load(std::memory_order_relaxed);

@@ -1,8 +1,8 @@
 // Child processes for tests: a piece of a test run in a forked child (out
 // of memory, terminate(), reports on standard error), or this test program
-// started afresh with a changed environment (load-time and first-use
-// state) to run one child entry point, DTEST_CHILD(Name) { ... }, in place
-// of the tests. A child entry fails when a gtest assertion in it fails.
+// started afresh with a changed environment to run one child entry point,
+// DTEST_CHILD(Name) { ... }, in place of the tests (see dtest_main.cpp). A
+// child entry fails when a gtest assertion in it fails.
 #ifndef D_TESTS_DTEST_CHILD_HPP
 #define D_TESTS_DTEST_CHILD_HPP
 
@@ -22,8 +22,6 @@
 #include <unistd.h>
 #include <utility>
 #include <vector>
-
-extern char** environ;
 
 namespace dtest {
 
@@ -53,8 +51,7 @@ inline ChildResult forkPiped(std::function<void()> const& child) {
   }
   ::close(fds[1]);
   char chunk[65536];
-  ssize_t n;
-  while ((n = ::read(fds[0], chunk, sizeof chunk)) != 0)
+  for (ssize_t n; (n = ::read(fds[0], chunk, sizeof chunk)) != 0;)
     if (n > 0)
       result.output.append(chunk, static_cast<std::size_t>(n));
     else if (errno != EINTR)
@@ -68,15 +65,13 @@ inline ChildResult forkPiped(std::function<void()> const& child) {
   return result;
 }
 
-/// Runs \p body in a forked child; the child exits with what \p body
-/// returns (99 if it throws).
+/// Runs \p body in a forked child, which exits with what \p body returns
+/// (99 if it throws).
 inline ChildResult runInChild(std::function<int()> const& body) {
   return forkPiped([&body] {
     int code = 99;
     try {
       code = body();
-    } catch (std::exception const& e) {
-      std::printf("child: unexpected exception %s\n", e.what());
     } catch (...) {
       std::printf("child: unexpected exception\n");
     }
@@ -128,47 +123,26 @@ inline std::map<std::string, void (*)()>& children() {
   return table;
 }
 
-/// Runs this test program again, a fresh process without library state,
-/// with \p setVars set and \p unsetVars removed in its environment; \p arg
-/// is its one argument.
+/// Runs the child entry point \p name in a fresh process of this program,
+/// with \p setVars set and \p unsetVars removed from its environment.
 inline ChildResult
-runProgram(std::string arg,
-           std::vector<std::pair<std::string, std::string>> const& setVars,
-           std::vector<std::string> const& unsetVars = {}) {
-  std::vector<std::string> env;
-  for (char** e = environ; *e != nullptr; ++e) {
-    std::string const entry(*e);
-    std::string const name = entry.substr(0, entry.find('='));
-    bool keep = true;
-    for (auto const& u : unsetVars)
-      keep = keep && name != u;
-    for (auto const& s : setVars)
-      keep = keep && name != s.first;
-    if (keep)
-      env.push_back(entry);
-  }
-  for (auto const& s : setVars)
-    env.push_back(s.first + "=" + s.second);
-  std::vector<char*> envp;
-  for (auto& entry : env)
-    envp.push_back(&entry[0]);
-  envp.push_back(nullptr);
-  // The program's own path rather than /proc/self/exe, which names the
-  // tool when the tests run under valgrind (the child then runs natively).
+runChild(std::string const& name,
+         std::vector<std::pair<std::string, std::string>> const& setVars,
+         std::vector<std::string> const& unsetVars = {}) {
+  // The program's own path: under valgrind /proc/self/exe names the tool.
   char exe[4096] = "/proc/self/exe";
   ssize_t const got = ::readlink("/proc/self/exe", exe, sizeof exe - 1);
   exe[got > 0 ? got : 14] = '\0';
-  char* argv[] = {exe, &arg[0], nullptr};
-  return forkPiped([&] { ::execve(exe, argv, envp.data()); });
-}
-
-/// Runs the child entry point \p name in a fresh process of this program.
-inline ChildResult
-runChild(std::string const& name,
-         std::vector<std::pair<std::string, std::string>> setVars,
-         std::vector<std::string> const& unsetVars = {}) {
-  setVars.emplace_back("ZYN_TEST_CHILD", name);
-  return runProgram("--gtest_brief=1", setVars, unsetVars);
+  return forkPiped([&] {
+    for (auto const& var : unsetVars)
+      ::unsetenv(var.c_str());
+    for (auto const& var : setVars)
+      ::setenv(var.first.c_str(), var.second.c_str(), 1);
+    ::setenv("ZYN_TEST_CHILD", name.c_str(), 1);
+    char arg[] = "--gtest_brief=1";
+    char* argv[] = {exe, arg, nullptr};
+    ::execv(exe, argv);
+  });
 }
 
 /// The lines of \p text that start with \p prefix, prefix removed.
@@ -182,33 +156,6 @@ inline std::vector<std::string> linesWith(std::string const& text,
           text.substr(start + prefix.size(), end - start - prefix.size()));
   }
   return found;
-}
-
-/// The text \p format makes in a child whose time formats are those of
-/// \p locale (the build tree's private locales come first) and where every
-/// allocation of a mebibyte or more fails: "[text]", "overflow" for the
-/// 1010 overflow, "skip" without the locale, else how the child ended.
-inline std::string formatInChild(char const* locale,
-                                 std::function<DString()> const& format) {
-  ChildResult const r = runInChild([&] {
-    ::setenv("LOCPATH", ZYN_TEST_LOCALE_DIR, 1);
-    if (std::setlocale(LC_TIME, locale) == nullptr) {
-      std::printf("child: skip\n");
-      return 0;
-    }
-    failAllocationsFrom(std::size_t{1} << 20);
-    try {
-      DString const text = format();
-      std::printf("child: [%s]\n", static_cast<char const*>(text));
-    } catch (DInvalidRequest const& e) {
-      std::printf("child: %s\n", e.errorId() == 1010 ? "overflow" : "other");
-    }
-    return 0;
-  });
-  std::vector<std::string> const lines = linesWith(r.output, "child: ");
-  return r.exitCode == 0 && lines.size() == 1
-             ? lines[0]
-             : "exit " + std::to_string(r.exitCode) + ": " + r.output;
 }
 
 } // namespace dtest

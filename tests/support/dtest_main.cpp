@@ -1,8 +1,8 @@
-// Test entry point: sets the process locale named by ZYN_TEST_LOCALE before
-// any string exists (the buffer class is fixed by the first string), points
-// the library at the build tree's message catalogue, and runs in UTC. With
-// ZYN_TEST_CHILD set it runs that child entry point (DTEST_CHILD) instead
-// of the tests.
+// Test entry point: sets the locale named by ZYN_TEST_LOCALE before any
+// string exists (the first string fixes the buffer class), points the
+// library at the build tree's catalogue and runs in UTC (date formats
+// normalise through mktime). With ZYN_TEST_CHILD set it runs that child
+// entry point (DTEST_CHILD) instead of the tests.
 #include "dtest_child.hpp"
 
 #include <gtest/gtest.h>
@@ -12,8 +12,6 @@ int main(int argc, char** argv) {
   if (name != nullptr && std::setlocale(LC_ALL, name) == nullptr)
     std::fprintf(stderr, "locale %s is not available; its tests skip\n", name);
   setenv("KOVRA MSGFILE", ZYN_TEST_CATALOG, 0);
-  // Date and time formats normalise through mktime in the local zone: run
-  // in UTC so results never depend on the machine's zone.
   setenv("TZ", "UTC0", 1);
   testing::InitGoogleTest(&argc, argv);
   if (char const* child = std::getenv("ZYN_TEST_CHILD")) {

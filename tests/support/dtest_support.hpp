@@ -1,7 +1,7 @@
-// Shared test fixtures: a trace function that records report lines, a
-// macro that checks a thrown library exception whole, buffer checks after
-// edits, and locale helpers for the multibyte suites; dmodels.hpp brings
-// the reference models and make/bytes/len.
+// Shared test fixtures: a trace function that records report lines, a macro
+// that checks a thrown library exception whole, and locale helpers for the
+// multibyte suites; dmodels.hpp brings the reference models and
+// make/bytes/len.
 #ifndef D_TESTS_DTEST_SUPPORT_HPP
 #define D_TESTS_DTEST_SUPPORT_HPP
 
@@ -20,12 +20,10 @@
 
 namespace dtest {
 
-#if defined(__GNUC__)
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
-#endif
-/// Records every report line and every exceptionLogged() call; installs
-/// itself for its lifetime and puts the previous trace function back.
+/// Records every report line and exceptionLogged() call; installed for its
+/// lifetime, then the previous trace function is put back.
 class RecordingTrace : public DException::TraceFn {
 public:
   RecordingTrace() : previous(DException::setTraceFunction(*this)) {}
@@ -38,25 +36,22 @@ public:
 private:
   DException::TraceFn* previous;
 };
-#if defined(__GNUC__)
 #pragma GCC diagnostic pop
-#endif
 
 /// True when the process's character set is \p codeset ("UTF-8", "EUC-JP",
-/// "GB18030"), compared without case and dashes against nl_langinfo.
+/// "GB18030"), compared without case, dashes and underscores.
 inline bool localeIs(char const* codeset) {
-  auto fold = [](char const* text) {
+  auto fold = [](std::string text) {
     std::string out;
-    for (; *text; ++text)
-      if (*text != '-' && *text != '_')
-        out +=
-            static_cast<char>(std::tolower(static_cast<unsigned char>(*text)));
+    for (char c : text)
+      if (c != '-' && c != '_')
+        out += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
     return out;
   };
   return fold(nl_langinfo(CODESET)) == fold(codeset);
 }
 
-/// Sets DString::fgI18NState for one scope and restores it afterwards.
+/// Sets DString::fgI18NState for one scope.
 class I18NState {
 public:
   explicit I18NState(int value) : saved(DString::fgI18NState) {
