@@ -10,6 +10,8 @@
 #include "dtest_support.hpp"
 
 #include <climits>
+#include <cstdio>
+#include <cstring>
 #include <functional>
 #include <sstream>
 
@@ -191,6 +193,27 @@ TEST(DStringDebug, BufferShowsShortTextsWholeAndLongOnesCut) {
                 std::to_string(reinterpret_cast<unsigned long>(&text23)) +
                 ",pBuffer->" + bytes(text23.buffer()->asDebugInfo()) + ")",
             bytes(text23.asDebugInfo()));
+}
+
+// The root classes: the address as the shortest even run of upper-case hex
+// digits (d2c then c2x), for a DVBase the DBase form naming its subobject.
+TEST(DStringDebug, RootClassesShowTheirAddressInHex) {
+  auto hex = [](void const* p) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%lX", reinterpret_cast<unsigned long>(p));
+    return std::strlen(text) % 2 ? "0" + string(text) : string(text);
+  };
+  static DBase const staticBase;
+  DVBase const stackVBase;
+  for (int flag : {0, 1}) {
+    dtest::I18NState state(flag);
+    EXPECT_EQ("DBase(@" + hex(&staticBase) + ")",
+              bytes(staticBase.asDebugInfo()));
+    EXPECT_EQ("DVBase(@" + hex(&stackVBase) + ")",
+              bytes(stackVBase.asDebugInfo()));
+    DBase const& base = stackVBase;
+    EXPECT_EQ("DBase(@" + hex(&base) + ")", bytes(base.asDebugInfo()));
+  }
 }
 
 // Stream input where the stream cannot give anything (fuzz_sbcs compares
