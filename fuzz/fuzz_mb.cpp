@@ -1,24 +1,16 @@
 // Fuzz target: multibyte strings in the UTF-8, EUC-JP and GB18030 locales
-// (ZYN_FUZZ_LOCALE, set before any string exists: the first string fixes
-// the buffer class), with both values of DString::fgI18NState. On valid
-// text the searches, edits, position mappings, conversions and wide-buffer
-// searches equal a model built on the text's own characters (so GB18030
-// codes whose conversion does not round-trip keep their bytes). On any
-// bytes the character walk, the search starts and the classes follow the
-// model's split, where a byte that starts no character is a character of
-// one byte (wide value WEOF); such bytes alone may raise 1012, from
-// dnlsutil, only with flag 1 or where a conversion is the rule, and the
-// handle keeps its value. Arguments end right before an unreadable page.
+// (ZYN_FUZZ_LOCALE; the first string fixes the buffer class), both values
+// of DString::fgI18NState. Searches, edits, position mappings, classes and
+// the wide buffer follow a model built on the text's own characters, where
+// a byte that starts no character is one of one byte (wide value WEOF);
+// such bytes alone may raise 1012, and arguments end before a guard page.
 #include "../tests/support/dmbmodels.hpp"
 #include "../tests/support/dmodels.hpp"
 #include "fuzz_input.hpp"
 
 #include "ddbcsb.hpp"
-#include "dexcept.hpp"
 #include "dnlsutil.hpp"
-#include "dstring.hpp"
 
-#include <algorithm>
 #include <cctype>
 #include <climits>
 #include <clocale>
@@ -29,21 +21,16 @@
 #include <cwchar>
 #include <cwctype>
 #include <functional>
-#include <sstream>
-#include <string>
-#include <vector>
+#include <optional>
 
-using dfuzz::fail;
 using dfuzz::show;
+using dtest::bytes;
 
 namespace {
 
 using u32 = unsigned int;
 using Chars = std::vector<std::string>;
 
-std::string bytesOf(DString const& s) {
-  return std::string(static_cast<char const*>(s), s.length());
-}
 std::string num(unsigned long v) {
   return std::to_string(v) + " ";
 }
@@ -63,32 +50,27 @@ struct Model {
     for (std::size_t i = 0, n; i < t.size(); i += n) {
       wchar_t w = 0;
       n = std::mbrtowc(&w, t.data() + i, t.size() - i, &state);
-      if (n == std::size_t(-1) || n == std::size_t(-2)) {
-        valid = false, state = std::mbstate_t{}, n = 1;
-        w = static_cast<wchar_t>(WEOF); // what the classifiers see
-      }
+      if (n == std::size_t(-1) || n == std::size_t(-2))
+        valid = false, state = {}, n = 1, w = wchar_t(WEOF);
       n = n ? n : 1;
       wideCount += n > 1 && wcwidth(w) >= 2;
-      starts.push_back(u32(i));
-      chars.push_back(t.substr(i, n));
-      wide += w;
+      starts.push_back(u32(i)), chars.push_back(t.substr(i, n)), wide += w;
     }
     starts.push_back(size());
   }
   u32 count() const { return u32(chars.size()); }
   u32 size() const { return u32(t.size()); }
-  // 0-based character holding 1-based byte pos (1..n); first starting at
-  // or after it.
-  u32 holding(u32 pos) const {
-    return u32(std::upper_bound(starts.begin(), starts.end() - 1, pos - 1) -
-               starts.begin() - 1);
+  // The character holding byte pos (1..n), or the first starting at or
+  // after it (0-based; count() for none).
+  u32 at(u32 pos, bool after = false) const {
+    auto const e = starts.end() - 1;
+    return after ? u32(std::lower_bound(starts.begin(), e, pos - 1) -
+                       starts.begin())
+                 : u32(std::upper_bound(starts.begin(), e, pos - 1) -
+                       starts.begin() - 1);
   }
-  u32 from(u32 pos) const {
-    return u32(std::lower_bound(starts.begin(), starts.end() - 1, pos - 1) -
-               starts.begin());
-  }
-  // The first character start (1-based) at or after s for which ok(start)
-  // holds, or (back) the last at or before s; 0 for none or s 0.
+  // The first character start (1-based) at or after s where ok(start), or
+  // (back) the last at or before s; 0 for none or s 0.
   template <class Ok>
   u32 scan(u32 s, bool back, Ok ok) const {
     u32 hit = 0;
@@ -104,9 +86,8 @@ struct Model {
     return s > size() || need > size() - s + 1 ? 0 : scan(s, false, any);
   }
   u32 bwd(u32 start, u32 need) const {
-    return need > size()
-               ? 0
-               : scan(std::min({start, size() - need + 1}), true, any);
+    return need > size() ? 0
+                         : scan(std::min(start, size() - need + 1), true, any);
   }
   static bool any(u32) { return true; }
   // Characters [first, limit) that fit in width bytes, then pad.
@@ -119,20 +100,19 @@ struct Model {
   // subString(pos, width, pad): pad for a cut character, then whole ones.
   std::string sub(u32 pos, u32 width, char pad) const {
     pos = pos ? pos : 1;
-    u32 const k = from(pos), gap = k < count() ? starts[k] + 1 - pos : 0;
+    u32 const k = at(pos, true), gap = k < count() ? starts[k] + 1 - pos : 0;
     if (pos > size() || k == count() || width <= gap)
       return std::string(width, pad);
     return std::string(gap, pad) + field(k, count(), width - gap, pad);
   }
   // subString(pos): the rest, each byte of a cut character a pad byte.
   std::string rest(u32 pos, char pad) const {
-    pos = pos ? pos : 1;
-    u32 const k = from(pos);
+    u32 const k = at(pos = pos ? pos : 1, true);
     return pos > size()
                ? ""
                : std::string(starts[k] + 1 - pos, pad) + t.substr(starts[k]);
   }
-  // The characters left after strip (mode 0 leading, 1 trailing, 2 both).
+  // What strip leaves (mode 0 leading, 1 trailing, 2 both).
   template <class Strip>
   std::string strip(Strip stripped, u32 mode) const {
     u32 first = 0, last = count();
@@ -144,7 +124,7 @@ struct Model {
   }
 };
 
-// One generated case: the text and its two arguments, the numbers.
+// One generated case: the text, its two arguments and the numbers.
 struct Case {
   Model m, pm, qm;
   u32 a, b, start;
@@ -161,7 +141,7 @@ u32 search(Case const& c, u32 op, u32 a) {
   auto const in = [&](u32 q) { // a set of one byte compares bytes
     Chars const& set = c.pm.chars;
     return pl == 1 ? t[q - 1] == p[0]
-                   : std::count(set.begin(), set.end(), m.chars[m.holding(q)]);
+                   : std::count(set.begin(), set.end(), m.chars[m.at(q)]) > 0;
   };
   auto const out = [&](u32 q) { return !in(q); };
   bool const back = op == 1 || op == 4 || op == 5;
@@ -174,7 +154,7 @@ u32 search(Case const& c, u32 op, u32 a) {
     return s && pl ? m.scan(s, true, at) : 0;
   case 2:
   case 4:
-    return s && pl ? m.scan(s, op == 4, in) : 0;
+    return s && pl ? m.scan(s, back, in) : 0;
   case 3: // a set of one byte is passed byte by byte
     for (u32 q = s; pl == 1 && q && q <= m.size(); ++q)
       if (t[q - 1] != p[0])
@@ -193,31 +173,31 @@ u32 search(Case const& c, u32 op, u32 a) {
 // of each character as a signed char (every byte in the forward any-of).
 std::string predicates(Case const& c, int (*test)(int)) {
   Model const& m = c.m;
-  u32 const a = c.a, back = std::min(a, m.size());
   auto const is = [&](bool want) {
     return [&, want](u32 q) {
       return want ==
-             (0 != (c.flag ? test(int(m.wide[m.holding(q)]))
+             (0 != (c.flag ? test(int(m.wide[m.at(q)]))
                            : test(static_cast<signed char>(m.t[q - 1]))));
     };
   };
+  u32 const s = c.flag ? (c.a ? c.a : 1) : m.fwd(c.a, 1);
+  u32 const e = c.flag ? std::min(c.a, m.size()) : m.bwd(c.a, 1);
   u32 anyOf = 0;
-  for (u32 q = m.fwd(a, 1); q && q <= m.size() && !anyOf; ++q)
+  for (u32 q = s; !c.flag && q && q <= m.size() && !anyOf; ++q)
     anyOf = is(true)(q) ? q : 0;
-  u32 const s = c.flag ? (a ? a : 1) : m.fwd(a, 1),
-            e = c.flag ? back : m.bwd(a, 1);
   anyOf = c.flag ? m.scan(s, false, is(true)) : anyOf;
   return num(anyOf) + num(m.scan(s, false, is(false))) +
          num(m.scan(e, true, is(true))) + num(m.scan(e, true, is(false))) +
          num(anyOf) + num(m.scan(e, true, is(true)));
 }
 
-// What edit op (7-20, 25, 28) gives under the flag; false if no model.
-bool editModel(u32 op, Case const& c, std::string& want) {
+// What edit op (7-20, 22, 23) makes of the text under the flag.
+std::optional<std::string> edited(u32 op, Case const& c) {
   Model const& m = c.m;
   std::string const &t = m.t, &p = c.pm.t;
   u32 const n = m.size(), pl = c.pm.size(), b = c.b, count = m.count();
   char const pad = c.pad;
+  auto const pads = [](u32 k, char with) { return std::string(k, with); };
   auto const in = [&](Model const& set, u32 i) { // index in set, or count
     u32 j = 0;
     while (j < set.count() &&
@@ -227,117 +207,96 @@ bool editModel(u32 op, Case const& c, std::string& want) {
   };
   u32 const at = b ? b : 1, s = c.start ? c.start : 1;
   std::size_t nul = 0;
-  want.clear();
+  std::string want;
   switch (op) {
   case 7:
-    return want = m.sub(c.start, b, pad), true;
-  case 8:
-    // flag 0: a field of the rest's length, so start 0 adds a blank
-    want = c.flag || c.start > n ? m.rest(c.start, ' ')
+    return m.sub(c.start, b, pad);
+  case 8: // flag 0: a field of the rest's length, so start 0 adds a blank
+    return c.flag || c.start > n ? m.rest(c.start, ' ')
                                  : m.sub(c.start, n - c.start + 1, ' ');
-    return true;
   case 9: // case changes: wide characters, or single-byte letters
   case 10:
     for (u32 i = 0; i < count; ++i) {
-      wint_t const w = wint_t(m.wide[i]);
-      wchar_t const to = wchar_t(op == 9 ? std::towupper(w) : std::towlower(w));
-      char out[MB_LEN_MAX];
+      wchar_t const to = wchar_t(op == 9 ? std::towupper(wint_t(m.wide[i]))
+                                         : std::towlower(wint_t(m.wide[i])));
+      char out[MB_LEN_MAX], b0 = m.chars[i][0];
       std::mbstate_t state{};
-      char const b0 = m.chars[i][0];
-      if (!c.flag)
-        want += m.chars[i].size() == 1 && std::isalpha(b0)
-                    ? std::string(1, char(op == 9 ? std::toupper(b0)
-                                                  : std::tolower(b0)))
-                    : m.chars[i];
+      if (!c.flag && m.chars[i].size() == 1 && std::isalpha(b0))
+        want += char(op == 9 ? std::toupper(b0) : std::tolower(b0));
       else
-        want += to == m.wide[i]
+        want += !c.flag || to == m.wide[i]
                     ? m.chars[i]
                     : std::string(out, std::wcrtomb(out, to, &state));
     }
-    return true;
+    return want;
   case 11: // translate(p, q, pad): the first entry decides
     for (u32 i = 0; i < count; ++i) {
       u32 const j = in(c.pm, i);
       want += j == c.pm.count()  ? m.chars[i]
               : j < c.qm.count() ? c.qm.chars[j]
-                                 : std::string(1, pad);
+                                 : pads(1, pad);
       nul = j < c.pm.count() ? want.size() : nul;
     }
     // Flag 0 copies what follows the last match up to a NUL, NULs after.
     nul = c.flag ? std::string::npos : want.find('\0', nul);
-    if (nul != std::string::npos)
-      want.replace(nul, std::string::npos, want.size() - nul, '\0');
-    return true;
+    return nul == std::string::npos
+               ? want
+               : want.substr(0, nul) + pads(u32(want.size() - nul), '\0');
   case 12:
-    return want = m.strip([&](u32 i) { return in(c.pm, i) < c.pm.count(); },
-                          b % 3),
-           true;
+    return m.strip([&](u32 i) { return in(c.pm, i) < c.pm.count(); }, b % 3);
   case 13:
     for (u32 i = count; i-- > 0;)
       want += m.chars[i];
-    return true;
+    return want;
   case 14: // overlayWith(p, b): flag 0 blanks a character cut on the left
     if (pl == 0 && b <= n)
-      return want = t, true;
+      return t;
     if (at > n)
-      return want = t + std::string(at - 1 - n, pad) + p, true;
-    want = m.sub(1, at - 1, c.flag ? pad : ' ') + p;
-    return want += at + pl <= n ? m.rest(at + pl, pad) : "", true;
+      return t + pads(at - 1 - n, pad) + p;
+    return m.sub(1, at - 1, c.flag ? pad : ' ') + p +
+           (at + pl <= n ? m.rest(at + pl, pad) : "");
   case 15: // insert(p, b): inside a character, behind (1) or before (0) it
-    if (b > n)
-      return want = t + std::string(b - n, pad) + p, true;
-    nul = b == 0             ? 0
-          : c.flag || b == n ? m.starts[m.holding(b) + 1]
-                             : m.starts[m.holding(b + 1)];
-    return want = t.substr(0, nul) + p + t.substr(nul), true;
+    nul = b == 0 || b > n
+              ? 0
+              : m.starts[c.flag || b == n ? m.at(b) + 1 : m.at(b + 1)];
+    return b > n ? t + pads(b - n, pad) + p
+                 : t.substr(0, nul) + p + t.substr(nul);
   case 16: // remove(start, b): cut characters become blanks
     nul = s + std::min(b, n - std::min(n, s - 1));
-    want = c.start > n || b == 0 ? t : m.sub(1, s - 1, ' ');
-    return want += c.start <= n && b && nul <= n ? m.rest(u32(nul), ' ') : "",
-           true;
+    if (c.start > n || b == 0)
+      return t;
+    return m.sub(1, s - 1, ' ') + (nul <= n ? m.rest(u32(nul), ' ') : "");
   case 17:
-    return want =
-               b >= n ? t + std::string(b - n, pad) : m.field(0, count, b, pad),
-           true;
+    return b >= n ? t + pads(b - n, pad) : m.field(0, count, b, pad);
   case 18:
-    return want = b >= n ? std::string(b - n, pad) + t
-                  : b    ? m.rest(n - b + 1, pad)
-                         : "",
-           true;
+    return b >= n ? pads(b - n, pad) + t : b ? m.rest(n - b + 1, pad) : "";
   case 19: // center(b); flag 1 leaves the last character out
     if (b >= n)
-      want = std::string((b - n) / 2, pad) + t +
-             std::string(b - n - (b - n) / 2, pad);
-    else
-      want = m.field(m.holding((n - b) / 2 + 1), count - c.flag, b, pad);
-    return true;
+      return pads((b - n) / 2, pad) + t + pads(b - n - (b - n) / 2, pad);
+    return m.field(m.at((n - b) / 2 + 1), count - c.flag, b, pad);
   case 20: // change(p, q, b, all): matches on character starts only
     for (u32 hit = search(c, 0, b); hit; hit = search(c, 0, hit + pl))
       want += t.substr(nul, hit - 1 - nul) + c.qm.t, nul = hit - 1 + pl;
-    return want += t.substr(nul), true;
-  case 25:
-    return want = t + p, true;
-  case 28: // strip(): white space, by iswspace (1) or isspace on bytes (0)
-    return want = m.strip(
-               [&](u32 i) {
-                 return c.flag ? std::iswspace(wint_t(m.wide[i])) != 0
-                               : m.chars[i].size() == 1 &&
-                                     std::isspace(m.chars[i][0]);
-               },
-               2),
-           true;
+    return want + t.substr(nul);
+  case 22:
+    return t + p;
+  case 23: // strip(): white space, by iswspace (1) or isspace on bytes (0)
+    return m.strip(
+        [&](u32 i) {
+          return c.flag ? std::iswspace(wint_t(m.wide[i])) != 0
+                        : m.chars[i].size() == 1 && std::isspace(m.chars[i][0]);
+        },
+        2);
   default:
-    return false;
+    return std::nullopt;
   }
 }
 
-// The wide buffer of the text: its characters and searches with argument
-// p; the conversion back to bytes; insWCS2WCS.
-void checkWideBuffer(Case const& c) {
+// The wide buffer of the text and its searches with argument p; the
+// conversion back to bytes (whole characters while they fit, pad or not).
+std::string wideBuffer(Case const& c, bool model) {
   std::wstring const &w = c.m.wide, &pw = c.pm.wide;
   u32 const count = u32(w.size()), pc = u32(pw.size()), a = c.a, b = c.b;
-  DWBuffer const wb(c.m.t.data(), c.m.size());
-  DWBuffer pb(c.pm.t.data(), c.pm.size());
   auto const scan = [&](bool back, u32 need, auto ok) -> u32 {
     for (long k = back ? std::min(a, count - std::min(count, need - 1)) : a;
          a && need <= count && k >= 1 && k + need - 1 <= count;
@@ -354,124 +313,130 @@ void checkWideBuffer(Case const& c) {
   };
   auto const in = [&](u32 k) { return pw.find(w[k - 1]) != pw.npos; };
   auto const out = [&](u32 k) { return !in(k); };
-  std::string const want = num(scan(false, pc, match)) +
-                           num(scan(false, 1, in)) + num(scan(false, 1, out)) +
-                           num(scan(true, pc, match)) + num(scan(true, 1, in)) +
-                           num(scan(true, 1, out));
-  std::string const got =
-      num(wb.positionOf(pb, a)) + num(wb.positionOfAnyOf(pb, a)) +
-      num(wb.positionOfAnyBut(pb, a)) + num(wb.lastPositionOf(pb, a)) +
-      num(wb.lastPositionOfAnyOf(pb, a)) + num(wb.lastPositionOfAnyBut(pb, a));
-  std::string const what = show(c.m.t) + " arg " + show(c.pm.t);
-  bool const has = pc && wb.hasWChar(pw[0]);
-  if (std::wstring(wb.data(), wb.count() + 1) != w + L'\0' || got != want ||
-      (pc && has != (w.find(pw[0]) != w.npos)))
-    fail("DWBuffer", what + " gave " + got + "want " + want);
-  wb.reverse();
-  if (std::wstring(wb.data(), wb.count()) != std::wstring(w.rbegin(), w.rend()))
-    fail("DWBuffer::reverse", what);
-  // Back to bytes: whole characters while they fit, then pad or nothing.
-  std::string bytes;
-  for (wchar_t ch : w) {
+  std::string back;
+  for (std::size_t i = 0, size; model && i < count; ++i) {
     char one[MB_LEN_MAX];
     std::mbstate_t state{};
-    std::size_t const size = std::wcrtomb(one, ch, &state);
-    if (bytes.size() + size > b)
+    if (back.size() + (size = std::wcrtomb(one, w[i], &state)) > b)
       break;
-    bytes.append(one, size);
+    back.append(one, size);
   }
-  bytes.resize(a & 1 ? b : bytes.size(), '*');
+  back.resize(a & 1 ? b : back.size(), '*');
+  if (model)
+    return num(scan(false, pc, match)) + num(scan(false, 1, in)) +
+           num(scan(false, 1, out)) + num(scan(true, pc, match)) +
+           num(scan(true, 1, in)) + num(scan(true, 1, out)) +
+           num(count && in(1)) + num(1) + back + "#";
+  DWBuffer const wb(c.m.t.data(), c.m.size());
+  DWBuffer pb(c.pm.t.data(), c.pm.size());
   std::vector<char> buf(b + 1, '#');
-  if (cvtWCS2MBS(w.data(), count, buf.data(), b, int(a & 1), '*') !=
-          bytes.size() ||
-      std::string(buf.data(), bytes.size() + 1) != bytes + "#")
-    fail("cvtWCS2MBS", what + " size " + std::to_string(b));
-  int const at = int(b % (count + 2)) - 1, insLength = a % 5 ? int(pc) : -1;
-  std::wstring const joined =
-      w.substr(0, std::max(at, 0)) + (insLength > 0 ? pw : L"") +
-      (at < int(count) ? w.substr(std::max(at, 0)) : L"");
-  std::wstring wsrc = w, wins = pw, wout(count + pc, L'#');
-  int const written =
-      insWCS2WCS(&wsrc[0], int(count), &wins[0], insLength, at, &wout[0]);
-  if (wout.substr(0, std::size_t(std::max(written, 0))) != joined)
-    fail("insWCS2WCS", what + " at " + std::to_string(at));
+  std::string got =
+      num(wb.positionOf(pb, a)) + num(wb.positionOfAnyOf(pb, a)) +
+      num(wb.positionOfAnyBut(pb, a)) + num(wb.lastPositionOf(pb, a)) +
+      num(wb.lastPositionOfAnyOf(pb, a)) + num(wb.lastPositionOfAnyBut(pb, a)) +
+      num(count && pb.hasWChar(w[0]));
+  u32 const size = cvtWCS2MBS(w.data(), count, buf.data(), b, int(a & 1), '*');
+  bool const same = std::wstring(wb.data(), wb.count() + 1) == w + L'\0';
+  wb.reverse();
+  return got +
+         num(same && std::wstring(wb.data(), wb.count()) ==
+                         std::wstring(w.rbegin(), w.rend())) +
+         std::string(buf.data(), std::min(size, b) + 1);
 }
 
 // The byte scanners over a run of one byte holding one other byte: blocks
 // of 64 bytes, then a tail.
-void checkByteScans(Case const& c) {
+std::string byteScans(Case const& c, bool model) {
   std::string d(c.m.size(), "07aF\x80"[c.b % 5]);
   if (!d.empty())
     d[c.a % d.size()] = c.m.t[c.a % d.size()];
   char const* const g = dmodel::guardedCopy(1, d);
-  std::size_t const other = d.empty() ? 0 : d.find_first_not_of(d[0]) + 1;
-  if (indexThatIsNot(g, u32(d.size()), d.empty() ? 'x' : d[0]) != other ||
-      isAllDigits(g, u32(d.size())) !=
-          (d.find_first_not_of("0123456789") == d.npos) ||
-      isAllHexDigits(g, u32(d.size())) !=
-          (d.find_first_not_of("0123456789abcdefABCDEF") == d.npos))
-    fail("byte scans", show(d));
+  u32 const n = u32(d.size());
+  if (model)
+    return num(d.empty() ? 0 : d.find_first_not_of(d[0]) + 1) +
+           num(d.find_first_not_of("0123456789") == d.npos) +
+           num(d.find_first_not_of("0123456789abcdefABCDEF") == d.npos);
+  return num(indexThatIsNot(g, n, d.empty() ? 'x' : d[0])) +
+         num(isAllDigits(g, n)) + num(isAllHexDigits(g, n));
 }
 
-// The character walk on any bytes; the position mappings on valid text.
+// The character walk on any bytes; the position mappings, which see bad
+// bytes their own way: the first invalid sequence starts the last
+// character they know, whose bytes map to nothing, and a lead cut off by
+// the end is one character; on valid text the padded extractions.
 void checkCharacters(DString const& s, Model const& m) {
   auto const& buf = *static_cast<DDBCSBuffer const*>(s.buffer());
   char const* const text = s;
   std::mbstate_t state{};
-  u32 const n = m.size(), count = m.count();
-  for (u32 k = 0; k < count; ++k) {
+  u32 const n = m.size();
+  for (u32 k = 0; k < m.count(); ++k) {
     u32 const at = m.starts[k], size = u32(m.chars[k].size());
     for (u32 j = 0; j < size; ++j)
       if (buf.charType(at + j + 1) != (size == 1 ? 0 : int(j + 1)))
-        fail("charType", show(m.t) + " at " + std::to_string(at + j + 1));
+        dfuzz::fail("charType", show(m.t) + " at " + num(at + j + 1));
     if (buf.next(text + at) != text + at + size ||
         buf.prevCharLength(at + size + 1) != size ||
         buf.charLength(at + 1, &state) != size)
-      fail("character walk", show(m.t) + " at " + std::to_string(at + 1));
+      dfuzz::fail("character walk", show(m.t) + " at " + num(at + 1));
   }
-  for (u32 k = 0; m.valid && k <= count + 1; ++k)
-    if (findBytePos(text, n, k) != (n < 2             ? k == 1
-                                    : k && k <= count ? m.starts[k - 1] + 1
-                                                      : 0))
-      fail("findBytePos", show(m.t) + " character " + std::to_string(k));
+  std::vector<u32> st(m.starts.begin(), m.starts.end() - 1);
+  u32 known = n;
+  std::size_t const bad = m.wide.find(wchar_t(WEOF));
+  if (bad != std::wstring::npos) {
+    std::mbstate_t fresh{};
+    st.resize(bad + 1);
+    known = std::mbrtowc(nullptr, text + st[bad], n - st[bad], &fresh) ==
+                    std::size_t(-2)
+                ? n
+                : st[bad];
+  }
+  u32 const chars = u32(st.size());
+  st.push_back(n);
+  std::string got, want;
+  for (u32 k = 0; k <= chars + 1; ++k)
+    got += num(findBytePos(text, n, k)),
+        want += num(n < 2             ? k == 1
+                    : k && k <= chars ? st[k - 1] + 1
+                                      : 0);
   std::vector<char> out(2 * n + 16);
-  for (u32 pos = 0; m.valid && pos <= n + 1; ++pos) {
-    bool const inside = pos >= 1 && pos <= n;
-    u32 const k = inside ? m.holding(pos) : 0;
-    u32 const start = inside ? m.starts[k] + 1 : 0;
-    u32 const next = inside && k + 1 < count ? m.starts[k + 1] + 1 : 0;
-    std::string const rest = m.rest(pos, '*');
-    std::string const want = num(inside ? k + 1 : 0) +
-                             num(!inside        ? 0
-                                 : start == pos ? k + 1
-                                 : next         ? k + 2
-                                                : 0) +
-                             num(start) + num(next) + num(rest.size()) + rest +
-                             m.sub(pos, 9, '*') + "#";
-    std::string got =
-        num(findCharNum(text, n, pos)) + num(findNextCharNum(text, n, pos)) +
-        num(findCurPos(text, n, pos)) + num(findNextPos(text, n, pos)) +
-        num(getRemainString(text, n, pos, '*', out.data()));
-    got += std::string(out.data(), rest.size());
-    out[9] = '#';
-    if (getSubString(text, n, pos, '*', out.data(), 9) != out.data() ||
-        got + std::string(out.data(), 10) != want)
-      fail("position mapping", show(m.t) + " at " + std::to_string(pos));
+  for (u32 pos = 0; pos <= n + 1; ++pos) {
+    bool const inside = pos >= 1 && pos <= known;
+    u32 const k =
+        inside ? u32(std::upper_bound(st.begin(), st.end() - 1, pos - 1) -
+                     st.begin() - 1)
+               : 0;
+    u32 const start = inside ? st[k] + 1 : 0;
+    u32 const next = inside && k + 1 < chars ? st[k + 1] + 1 : 0;
+    want += num(inside ? k + 1 : 0) +
+            num(!inside        ? 0
+                : start == pos ? k + 1
+                : next         ? k + 2
+                               : 0) +
+            num(start) + num(next);
+    got += num(findCharNum(text, n, pos)) + num(findNextCharNum(text, n, pos)) +
+           num(findCurPos(text, n, pos)) + num(findNextPos(text, n, pos));
+    if (m.valid) { // each exactly its field
+      std::string const rest = m.rest(pos, '*');
+      want += num(rest.size()) + rest + m.sub(pos, 9, '*') + "#";
+      got += num(getRemainString(text, n, pos, '*', out.data()));
+      got += std::string(out.data(), rest.size());
+      out[9] = '#';
+      got += getSubString(text, n, pos, '*', out.data(), 9) == out.data()
+                 ? std::string(out.data(), 10)
+                 : "";
+    }
   }
+  if (got != want)
+    dfuzz::fail("position mapping",
+                show(m.t) + " gave " + got + "want " + want);
 }
 
 // Sample characters of each locale's character set, split at '|'. In
 // GB18030 U+20087 twice: four bytes that convert back as the two after.
 Chars const& pieces() {
-  static auto const split = [](std::string const& all) {
-    Chars out(1);
-    for (char ch : all)
-      ch == '|' ? out.emplace_back() : (out.back() += ch);
-    return out;
-  };
   static std::string const name =
       std::getenv("ZYN_FUZZ_LOCALE") ? std::getenv("ZYN_FUZZ_LOCALE") : "";
-  static Chars const chars = split(
+  static std::string const all =
       name.find("eucJP") != std::string::npos
           ? "a|b| |\t|\xA4\xA2|\xB0\xA1|\x8E\xB1|\x8F\xB0\xA1|A|*|?|\xA6\xC1|"
             "\xA1\xA1|\n|7"
@@ -481,15 +446,20 @@ Chars const& pieces() {
             "\xA6\xC1|\x81\x61|\n|7|\x81\x30\x86\x38|\x95\x32\x90\x31|\xFE\x51"
           : "a|b| "
             "|\t|\xC3\xA9|\xE3\x81\x82|\xF0\x9F\x98\x80|\xE4\xB8\xAD|A|*|?|"
-            "\xCE\xB1|\xE3\x80\x80|\n|7");
+            "\xCE\xB1|\xE3\x80\x80|\n|7";
+  static Chars const chars = [] {
+    Chars out(1);
+    for (char ch : all)
+      ch == '|' ? out.emplace_back() : (out.back() += ch);
+    return out;
+  }();
   return chars;
 }
 
 // A text of whole characters of the locale, or (when raw) input bytes.
 std::string mbText(dfuzz::Input& in, unsigned int maxPieces, bool raw) {
   std::string out;
-  unsigned int const count = in.upTo(maxPieces);
-  for (unsigned int i = 0; i < count && !in.empty(); ++i)
+  for (u32 i = 0, count = in.upTo(maxPieces); i < count && !in.empty(); ++i)
     out += raw ? std::string(1, char(in.byte()))
                : pieces()[in.byte() % pieces().size()];
   return out;
@@ -523,13 +493,13 @@ void runOne(dfuzz::Input& in) {
   DBuffer const* const buf = s.buffer();
   if (buf->startSearch(b, pl) != m.fwd(b, pl) ||
       buf->startBackwardsSearch(b, pl) != m.bwd(b, pl))
-    fail("startSearch", what);
+    dfuzz::fail("startSearch", what);
   char const* const pd = dmodel::guardedCopy(0, p);
   char const* const qd = dmodel::guardedCopy(1, q);
-  u32 const op = in.upTo(31), start = c.start;
+  u32 const op = in.upTo(26), start = c.start;
   DString r(s);
-  std::string got, want; // an op's answer and its model's
-  bool have = false;     // the op set both itself
+  std::string got;                 // an op's answer (or the edited text)
+  std::optional<std::string> want; // its model's, when the op sets one
   int (*const tests[])(int) = {isHigh, zyn_iswalpha, zyn_iswspace};
   DStringTest const test(tests[b % 3]);
   std::function<void()> const ops[] = {
@@ -554,28 +524,26 @@ void runOne(dfuzz::Input& in) {
       [&] { r.rightJustify(b, c.pad); },
       [&] { r.center(b, c.pad); },
       [&] { r.change(pd, pl, qd, ql, b, 0xFFFFFFFFu); },
-      [&] { r.removeWords(b % 3 + 1, 2); },
-      [&] { r.space(b % 3, c.pad); },
-      [&] { r.removeWords(b % 3 + 1, 1); },
-      [&] { // classes hold when every character's wide value passes
-        int (*const classes[11])(wint_t) = {
+      [&] { // classes: every character's wide value passes (never empty)
+        int (*const classes[])(wint_t) = {
             std::iswalnum, std::iswalpha,  std::iswcntrl, std::iswdigit,
             std::iswgraph, std::iswxdigit, std::iswlower, std::iswprint,
             std::iswpunct, std::iswupper,  std::iswspace};
-        bool multi = true, ascii = n > 0;
-        for (auto const classifier : classes) {
-          bool all = n > 0;
-          for (wchar_t ch : m.wide)
-            all = all && classifier(wint_t(ch));
-          want += all ? '1' : '0';
-        }
-        for (std::string const& ch : m.chars)
-          multi = multi && ch.size() > 1;
-        for (char ch : t)
-          ascii = ascii && static_cast<unsigned char>(ch) < 0x80;
+        std::string model;
+        for (auto const classifier : classes)
+          model += num(
+              n && std::all_of(m.wide.begin(), m.wide.end(), [&](wchar_t ch) {
+                return classifier(wint_t(ch));
+              }));
         bool const mb = m.wideCount == m.count(), sb = !m.wideCount;
+        bool const multi =
+            std::all_of(m.chars.begin(), m.chars.end(),
+                        [](std::string const& ch) { return ch.size() > 1; });
+        bool const ascii = n && std::all_of(t.begin(), t.end(), [](char ch) {
+                             return (ch & 0x80) == 0;
+                           });
         for (bool w : {mb, mb, !mb, sb, !sb, !sb, multi, multi, ascii})
-          want += w ? '1' : '0';
+          model += num(w);
         for (bool g : {s.isAlphanumeric(), s.isAlphabetic(), s.isControl(),
                        s.isDigits(),       s.isGraphics(),   s.isHexDigits(),
                        s.isLowerCase(),    s.isPrintable(),  s.isPunctuation(),
@@ -583,72 +551,57 @@ void runOne(dfuzz::Input& in) {
                        s.isDBCS(),         s.includesSBCS(), s.isSBCS(),
                        s.includesMBCS(),   s.includesDBCS(), s.isValidMBCS(),
                        s.isValidDBCS(),    s.isASCII()})
-          got += g ? '1' : '0';
-        (void)s.isLike(pd, pl, '*', '?');
-        (void)s.isAbbrevFor(pd, pl, 0);
+          got += num(g);
+        (void)s.isLike(pd, pl, '*', '?'), (void)s.isAbbrevFor(pd, pl, 0);
         // Flag 0 compares bytes; flag 1 collates wide text without NULs
         // (an empty side: the lengths decide).
         unsigned int const order = buf->compare(pd, pl);
-        int by = t.compare(p);
-        by = flag && n && pl ? std::wcscoll(m.wide.c_str(), c.pm.wide.c_str())
-                             : by;
+        int by = flag && n && pl
+                     ? std::wcscoll(m.wide.c_str(), c.pm.wide.c_str())
+                     : t.compare(p);
         if (!flag || (valid && (t + p).find('\0') == std::string::npos))
-          got += num(order), want += num(by < 0 ? 2 : by > 0 ? 1 : 0);
-        have = true;
+          got += num(order), model += num(by < 0 ? 2 : by > 0 ? 1 : 0);
+        want = model;
       },
       [&] { r = s + DString(pd, pl); },
-      [&] { // a word into a target that holds q (reused when not empty)
-        std::istringstream stream(p + " " + q);
-        r = DString(q.data(), ql);
-        stream >> r;
-        auto const words = dmodel::words(p + " " + q);
-        want = words.empty()
-                   ? ""
-                   : (p + " " + q).substr(words[0].pos - 1, words[0].length);
-        got = bytesOf(r), have = true;
-      },
-      [&] { // a line: everything up to the first newline
-        std::istringstream stream(p + q + "\n" + t);
-        r = DString::lineFrom(stream);
-        got = bytesOf(r), want = (p + q).substr(0, (p + q).find('\n'));
-        have = true;
-      },
       [&] { r.strip(); },
       [&] {
         got = num(s.indexOfAnyOf(test, a)) + num(s.indexOfAnyBut(test, a)) +
               num(s.lastIndexOfAnyOf(test, a)) +
               num(s.lastIndexOfAnyBut(test, a)) + num(s.indexOf(test, a)) +
               num(s.lastIndexOf(test, a));
-        want = predicates(c, tests[b % 3]), have = valid;
+        if (valid)
+          want = predicates(c, tests[b % 3]);
       },
       [&] {
         if (valid)
-          checkWideBuffer(c);
+          got = wideBuffer(c, false), want = wideBuffer(c, true);
       },
-      [&] { checkByteScans(c); },
+      [&] { got = byteScans(c, false), want = byteScans(c, true); },
   };
   try {
     ops[op]();
   } catch (DException const& e) {
-    // Only bad bytes raise: message 1012 from the conversions, under flag 0
-    // only where the op converts anyway; the handle keeps its value.
+    // Only bad bytes raise: 1012 from the conversions, under flag 0 only
+    // where the op converts anyway; the handle keeps its value.
     auto const* where = e.locationAtIndex(e.locationCount() - 1);
-    if (valid || e.errorId() != 1012 || bytesOf(r) != t ||
+    if (valid || e.errorId() != 1012 || bytes(r) != t ||
         std::strcmp(where->fileName(), "dnlsutil") != 0 ||
         (!flag && op >= 7 && op <= 20 && op != 8))
-      fail("exception", std::string(e.name()) + " id " + num(e.errorId()) +
-                            "from op " + num(op) + what);
+      dfuzz::fail("exception", std::string(e.name()) + " " + num(e.errorId()) +
+                                   "op " + num(op) + what);
     return;
   }
-  if (!have && valid && op <= 6)
-    have = true, want = num(search(c, op, a));
-  else if (!have && valid && editModel(op, c, want))
-    have = true, got = bytesOf(r);
-  if (have && got != want)
-    fail("model",
-         num(op) + what + " gave " + show(got) + " want " + show(want));
-  if ((valid && !Model(bytesOf(r)).valid) || bytesOf(shared) != t)
-    fail("edit or copy on write", num(op) + what + " gave " + show(bytesOf(r)));
+  if (!want && valid && op <= 6)
+    want = num(search(c, op, a));
+  else if (!want && valid && (want = edited(op, c)))
+    got = bytes(r);
+  if (want && got != *want)
+    dfuzz::fail("model",
+                num(op) + what + " gave " + show(got) + " want " + show(*want));
+  if ((valid && !Model(bytes(r)).valid) || bytes(shared) != t)
+    dfuzz::fail("edit or copy on write",
+                num(op) + what + " gave " + show(bytes(r)));
 }
 
 #if defined(__GNUC__)
@@ -667,9 +620,8 @@ public:
 } // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  char const* name = std::getenv("ZYN_FUZZ_LOCALE");
-  if (name == nullptr)
-    name = "en_US.UTF-8";
+  char const* const env = std::getenv("ZYN_FUZZ_LOCALE");
+  char const* const name = env ? env : "en_US.UTF-8";
   if (std::setlocale(LC_ALL, name) == nullptr) {
     std::fprintf(stderr, "fuzz_mb: locale %s is not available (LOCPATH?)\n",
                  name);
