@@ -1,7 +1,7 @@
-// Shared by the multibyte fuzz target and unit tests: argument copies that
-// end right before an unreadable page, so that a read past an argument's
-// stated length ends the run with SIGSEGV, also inside the C library, where
-// sanitizers see nothing.
+// For the multibyte fuzz target (its models are in fuzz_mb.cpp): argument
+// copies that end right before an unreadable page, so that a read past an
+// argument's stated length ends the run with SIGSEGV, also inside the C
+// library, where sanitizers see nothing.
 #ifndef D_TESTS_DMBMODELS_HPP
 #define D_TESTS_DMBMODELS_HPP
 
