@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <malloc.h>
+#include <sstream>
 
 using dtest::bytes;
 using dtest::make;
@@ -93,4 +94,34 @@ TEST(MbEdit, ThrowingPredicatesLeakNothing) {
   run();
   // 120 lost wide copies would be over a megabyte (0 under ASan).
   EXPECT_LT(mallinfo2().uordblks, before + 64 * 1024);
+}
+
+// Stream input into a target holding multibyte text: a word that ends in a
+// lead byte (or a cut-off character) is stored exactly as read, never cut
+// back to a character start; lineFrom reads the same bytes.
+TEST(MbStreamInput, WordsAndLinesKeepTheirBytes) {
+  DTEST_MB(c);
+  std::string const a = c.wide, lead = a.substr(0, 1), cut = a.substr(0, 2);
+  struct Case {
+    std::string target, input, word;
+  } const cases[] = {{a, lead + " rest", lead},
+                     {"x" + a, "x" + lead + "\n", "x" + lead},
+                     {a + a, a + lead + "\t", a + lead},
+                     {a, cut + " ", cut},
+                     {"", lead + " ", lead},
+                     {std::string(200, 'z') + a,
+                      std::string(130, 'y') + lead + " ",
+                      std::string(130, 'y') + lead}};
+  for (int flag : {0, 1}) {
+    dtest::I18NState const strategy(flag);
+    for (auto const& k : cases) {
+      SCOPED_TRACE("flag " + std::to_string(flag) + " input " + k.input);
+      std::istringstream in(k.input);
+      DString target = make(k.target);
+      in >> target;
+      EXPECT_EQ(k.word, bytes(target));
+      std::istringstream line(k.word + "\n" + k.input);
+      EXPECT_EQ(k.word, bytes(DString::lineFrom(line)));
+    }
+  }
 }
