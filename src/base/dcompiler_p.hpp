@@ -29,7 +29,25 @@
 #endif
 #endif
 
+/// Binds a declaration to the symbol of the given (mangled) name.
+#define D_SYMBOL_NAME(name) __asm__(name)
+
 namespace dinternal {
+
+/// Words from the start of a virtual-table symbol to the address its
+/// objects' virtual-table pointers hold (Itanium C++ ABI: the offset to the
+/// top and the type_info pointer come first).
+constexpr unsigned int virtualTableAddressPoint = 2;
+
+/// The number of set bits of \p value.
+inline unsigned int bitCount(std::uint64_t value) {
+  return static_cast<unsigned int>(__builtin_popcountll(value));
+}
+
+/// Index (0 = lowest) of the lowest set bit of \p value; \p value != 0.
+inline unsigned int lowestBit(std::uint64_t value) {
+  return static_cast<unsigned int>(__builtin_ctzll(value));
+}
 
 /// Unsigned 128-bit integer (a GCC/Clang extension, hence __extension__
 /// against -Wpedantic).
