@@ -155,6 +155,17 @@ private:
 
 //===--- Case and translation ---------------------------------------------===//
 
+bool dinternal::upperCaseInPlace(DBuffer& b) {
+  if (!plainBuffer(b) || !unshared(b))
+    return false;
+  // Bytes before the first lower-case letter are no letters, so shifting
+  // from the start writes what DBuffer::upperCase() would.
+  shiftLetters(reinterpret_cast<unsigned char*>(b.contents()), 0, b.length(),
+               static_cast<unsigned char>(lowerLetters[0]),
+               static_cast<unsigned char>(-32));
+  return true;
+}
+
 DBuffer* DBuffer::upperCase() {
   return changeCase(this, lowerLetters, static_cast<unsigned char>(-32));
 }

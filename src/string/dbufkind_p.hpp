@@ -31,6 +31,12 @@ inline bool plainBuffer(DBuffer const& b) {
 /// then passes wide character values; isspace otherwise.
 int (*stripSpaceTest(DBuffer const* b))(int);
 
+/// DBuffer::upperCase() of a plain DBuffer that no other holder shares:
+/// the letters are shifted in place and no count changes (the slot would
+/// raise the count and its caller drop it again). False, with nothing done,
+/// for any other buffer, which then goes through its upperCase() slot.
+bool upperCaseInPlace(DBuffer& b);
+
 } // namespace dinternal
 
 #endif // D_STRING_DBUFKIND_P_HPP
