@@ -29,7 +29,25 @@
 #endif
 #endif
 
+/// Binds a declaration to the symbol of the given (mangled) name.
+#define D_SYMBOL_NAME(name) __asm__(name)
+
 namespace dinternal {
+
+/// Words from the start of a virtual-table symbol to the address its
+/// objects' virtual-table pointers hold (Itanium C++ ABI: the offset to the
+/// top and the type_info pointer come first).
+constexpr unsigned int virtualTableAddressPoint = 2;
+
+/// The number of set bits of \p value.
+inline unsigned int bitCount(std::uint64_t value) {
+  return static_cast<unsigned int>(__builtin_popcountll(value));
+}
+
+/// Index (0 = lowest) of the lowest set bit of \p value; \p value != 0.
+inline unsigned int lowestBit(std::uint64_t value) {
+  return static_cast<unsigned int>(__builtin_ctzll(value));
+}
 
 /// Unsigned 128-bit integer (a GCC/Clang extension, hence __extension__
 /// against -Wpedantic).
@@ -76,6 +94,53 @@ template <class T, class V>
 inline void atomicStoreRelease(T* word, V value) {
   __atomic_store_n(word, static_cast<T>(value), __ATOMIC_RELEASE);
 }
+
+/// Sixteen bytes as one value of the compilers' vector extension: the
+/// element-wise operators (+, &, >>, comparisons) compile to SSE2 on x86-64
+/// and to the target's own vector or plain instructions elsewhere.
+typedef unsigned char Bytes16 __attribute__((vector_size(16)));
+/// The same sixteen bytes read as signed: a comparison of elements that are
+/// all below 0x80 is then one instruction (SSE2 has no unsigned one).
+typedef signed char SignedBytes16 __attribute__((vector_size(16)));
+
+/// Sixteen bytes loaded from or stored to memory of any alignment.
+inline Bytes16 loadBytes16(void const* from) {
+  Bytes16 v;
+  __builtin_memcpy(&v, from, sizeof v);
+  return v;
+}
+inline void storeBytes16(void* to, Bytes16 v) {
+  __builtin_memcpy(to, &v, sizeof v);
+}
+
+/// Each element 0xFF where \p mask's is true (a comparison's result).
+template <class Mask>
+inline Bytes16 asBytes16(Mask mask) {
+  return reinterpret_cast<Bytes16>(mask);
+}
+
+/// The bytes of \p a and \p b taken in turn: a0 b0 a1 b1 .. from the first
+/// eight of each (interleaveLow) or from the last eight (interleaveHigh).
+#if defined(__clang__) || __GNUC__ >= 12
+inline Bytes16 interleaveLow(Bytes16 a, Bytes16 b) {
+  return __builtin_shufflevector(a, b, 0, 16, 1, 17, 2, 18, 3, 19, 4, 20, 5, 21,
+                                 6, 22, 7, 23);
+}
+inline Bytes16 interleaveHigh(Bytes16 a, Bytes16 b) {
+  return __builtin_shufflevector(a, b, 8, 24, 9, 25, 10, 26, 11, 27, 12, 28, 13,
+                                 29, 14, 30, 15, 31);
+}
+#else
+inline Bytes16 interleaveLow(Bytes16 a, Bytes16 b) {
+  return __builtin_shuffle(
+      a, b, Bytes16{0, 16, 1, 17, 2, 18, 3, 19, 4, 20, 5, 21, 6, 22, 7, 23});
+}
+inline Bytes16 interleaveHigh(Bytes16 a, Bytes16 b) {
+  return __builtin_shuffle(
+      a, b,
+      Bytes16{8, 24, 9, 25, 10, 26, 11, 27, 12, 28, 13, 29, 14, 30, 15, 31});
+}
+#endif
 
 } // namespace dinternal
 

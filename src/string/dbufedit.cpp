@@ -2,6 +2,7 @@
 // the caller: the receiver (count raised, possibly edited in place when no
 // other handle shares it) or a new buffer made by one newBuffer() call.
 #include "string/dbufcount_p.hpp"
+#include "string/dbufkind_p.hpp"
 #include "string/dstring_p.hpp"
 
 #include "dbuffer.hpp"
@@ -15,6 +16,7 @@
 #include <vector>
 
 using dinternal::Kept;
+using dinternal::plainBuffer;
 using dinternal::sameBuffer;
 
 namespace {
@@ -32,13 +34,6 @@ DBuffer* editTarget(DBuffer* b, bool inPlace) {
 /// under the count lock, see dinternal::BufferCount::unshared).
 inline bool unshared(DBuffer const& b) {
   return dinternal::BufferCount::unshared(b);
-}
-
-/// True when the receiver's searches are DBuffer's own, so an edit may scan
-/// its bytes directly instead of calling the virtual search per match; the
-/// result is the same either way.
-inline bool plainBuffer(DBuffer const& b) {
-  return typeid(b) == typeid(DBuffer);
 }
 
 /// Adds \p delta (mod 256) to every byte in [\p low, \p low + 25] from index
@@ -159,6 +154,17 @@ private:
 } // namespace
 
 //===--- Case and translation ---------------------------------------------===//
+
+bool dinternal::upperCaseInPlace(DBuffer& b) {
+  if (!plainBuffer(b) || !unshared(b))
+    return false;
+  // Bytes before the first lower-case letter are no letters, so shifting
+  // from the start writes what DBuffer::upperCase() would.
+  shiftLetters(reinterpret_cast<unsigned char*>(b.contents()), 0, b.length(),
+               static_cast<unsigned char>(lowerLetters[0]),
+               static_cast<unsigned char>(-32));
+  return true;
+}
 
 DBuffer* DBuffer::upperCase() {
   return changeCase(this, lowerLetters, static_cast<unsigned char>(-32));

@@ -4,15 +4,38 @@
 #ifndef D_STRING_DBUFKIND_P_HPP
 #define D_STRING_DBUFKIND_P_HPP
 
+#include "base/dcompiler_p.hpp"
+
 #include "dbuffer.hpp"
 
+#include <cstring>
+
 namespace dinternal {
+
+/// DBuffer's virtual table, by its exported symbol.
+extern void* const dbufferVirtualTable[] D_SYMBOL_NAME("_ZTV7DBuffer");
+
+/// True when \p b is exactly a DBuffer, not an object of a derived class:
+/// then every virtual slot it answers through is the library's own, and a
+/// caller may run the single-byte body directly instead of the virtual
+/// calls. One comparison of the object's virtual-table pointer.
+inline bool plainBuffer(DBuffer const& b) {
+  void const* table;
+  std::memcpy(&table, static_cast<void const*>(&b), sizeof table);
+  return table == &dbufferVirtualTable[virtualTableAddressPoint];
+}
 
 /// The white-space test DString::strip() hands to \p b's strip(): the wide
 /// classifier zyn_iswspace when the wide strategies are on
 /// (DString::fgI18NState 1) and \p b is a multibyte buffer, whose strip()
 /// then passes wide character values; isspace otherwise.
 int (*stripSpaceTest(DBuffer const* b))(int);
+
+/// DBuffer::upperCase() of a plain DBuffer that no other holder shares:
+/// the letters are shifted in place and no count changes (the slot would
+/// raise the count and its caller drop it again). False, with nothing done,
+/// for any other buffer, which then goes through its upperCase() slot.
+bool upperCaseInPlace(DBuffer& b);
 
 } // namespace dinternal
 

@@ -46,6 +46,8 @@ DString& editGuarded(DString& s, Operation operation) {
 //===--- Direct -----------------------------------------------------------===//
 
 DString& DString::upperCase() {
+  if (dinternal::upperCaseInPlace(*buffer()))
+    return *this;
   return editDirect(*this, [](DBuffer* b) { return b->upperCase(); });
 }
 

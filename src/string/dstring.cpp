@@ -4,6 +4,7 @@
 #include "dstring.hpp"
 
 #include "string/dbufcount_p.hpp"
+#include "string/dbufkind_p.hpp"
 #include "string/dstring_p.hpp"
 
 #include <cctype>
@@ -233,6 +234,21 @@ unsigned int order(DString const& a, char const* b) {
   return a.buffer()->compare(b, b == nullptr ? 0u : measured(b));
 }
 
+// Whether \p a and \p b hold the same text. Where \p a's buffer is a
+// plain DBuffer and the wide strategies are off, its compare() orders by
+// memcmp, so equal means the same length and the same bytes: decided here
+// without the virtual call. Anything else asks compare().
+bool equal(DString const& a, DString const& b) {
+  DBuffer const* const buffer = a.buffer();
+  if (dinternal::plainBuffer(*buffer) && DString::fgI18NState != 1) {
+    unsigned int const n = buffer->length();
+    char const* const mine = a;
+    char const* const theirs = b;
+    return n == b.length() && std::memcmp(mine, theirs, n) == 0;
+  }
+  return order(a, b) == 0;
+}
+
 // The code of \p b against \p a, seen from \p a's side.
 unsigned int flipped(unsigned int code) {
   return code == 1 ? 2u : code == 2 ? 1u : code;
@@ -241,10 +257,10 @@ unsigned int flipped(unsigned int code) {
 } // namespace
 
 bool operator==(DString const& a, DString const& b) {
-  return order(a, b) == 0;
+  return equal(a, b);
 }
 bool operator!=(DString const& a, DString const& b) {
-  return order(a, b) != 0;
+  return !equal(a, b);
 }
 bool operator<(DString const& a, DString const& b) {
   return order(a, b) == 2;

@@ -1,8 +1,12 @@
 // DString's own searches and extraction: the one-byte forms, the
 // occurrence counts and subString(), on top of the buffer's virtual
 // searches.
+#include "string/dbufkind_p.hpp"
+
 #include "dbuffer.hpp"
 #include "dstring.hpp"
+
+#include <cstring>
 
 //===--- Extraction -------------------------------------------------------===//
 
@@ -24,7 +28,20 @@ DString DString::subString(unsigned int start) const {
 //===--- One-byte searches ------------------------------------------------===//
 
 unsigned int DString::indexOf(char c, unsigned int start) const {
-  return buffer()->indexOf(&c, 1, start);
+  DBuffer const* const b = buffer();
+  if (dinternal::plainBuffer(*b)) {
+    // DBuffer's indexOf of one byte: from start (0 reads as 1) on.
+    unsigned int const from = start == 0 ? 0 : start - 1;
+    if (from >= b->length())
+      return 0;
+    void const* const found =
+        std::memchr(pBuffer + from, c, b->length() - from);
+    return found == nullptr ? 0
+                            : static_cast<unsigned int>(
+                                  static_cast<char const*>(found) - pBuffer) +
+                                  1;
+  }
+  return b->indexOf(&c, 1, start);
 }
 
 unsigned int DString::lastIndexOf(char c, unsigned int start) const {

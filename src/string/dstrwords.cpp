@@ -53,6 +53,16 @@ static bool sameWord(char const* textA, WordOccurrence const& a,
 
 unsigned int DString::numWords() const {
   unsigned int count = 0;
+  DBuffer const* const b = buffer();
+  if (dinternal::littleEndian && dinternal::plainBuffer(*b)) {
+    dinternal::scanWordBlocks(
+        b->contents(), b->length(),
+        [&count](unsigned int, std::uint64_t starts, std::uint64_t) {
+          count += dinternal::bitCount(starts);
+          return true;
+        });
+    return count;
+  }
   dinternal::forEachWord(*this, [&count](unsigned int, unsigned int) {
     ++count;
     return true;
