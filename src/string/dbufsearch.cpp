@@ -3,6 +3,7 @@
 // every search takes its starting point from the virtual startSearch() or
 // startBackwardsSearch(), which the multibyte buffer moves onto boundaries.
 #include "base/dcompiler_p.hpp"
+#include "string/dbytescan_p.hpp"
 
 #include "dbuffer.hpp"
 #include "dstring.hpp"
@@ -10,6 +11,8 @@
 #include <cstdint>
 #include <cstring>
 #include <string.h> // memmem, memrchr
+
+using dinternal::positionOf;
 
 //===--- Predicate --------------------------------------------------------===//
 
@@ -123,15 +126,6 @@ unsigned int lastIndexOfByWords(char const* text, unsigned int last,
       return end + 1;
   }
   return 0;
-}
-
-/// 1-based position of \p hit (a memchr-family answer) in the text at
-/// \p text; 0 for no hit.
-inline unsigned int positionOf(void const* hit, char const* text) {
-  return hit == nullptr
-             ? 0u
-             : static_cast<unsigned int>(static_cast<char const*>(hit) - text) +
-                   1;
 }
 
 inline unsigned char const* bytesOf(DBuffer const& b) {

@@ -1,4 +1,5 @@
-// Internal: byte-wise scans of the radix conversions (dbytescan.cpp).
+// Internal: byte-wise scans of the radix conversions (dbytescan.cpp), and
+// the position a memchr-family answer stands for.
 // Lengths are bytes; positions are 1-based. The exported indexThatIsNot,
 // isAllDigits and isAllHexDigits of dnlsutil.hpp answer through these.
 #ifndef D_STRING_DBYTESCAN_P_HPP
@@ -12,6 +13,15 @@ unsigned int firstByteNot(char const* s, unsigned int len, char c);
 bool allDigitBytes(char const* s, unsigned int len);
 /// True when every byte passes isxdigit (true for \p len 0).
 bool allHexDigitBytes(char const* s, unsigned int len);
+
+/// 1-based position of \p hit (a memchr-family answer) in the text at
+/// \p text; 0 for no hit.
+inline unsigned int positionOf(void const* hit, char const* text) {
+  return hit == nullptr
+             ? 0u
+             : static_cast<unsigned int>(static_cast<char const*>(hit) - text) +
+                   1;
+}
 
 } // namespace dinternal
 

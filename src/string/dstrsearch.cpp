@@ -2,6 +2,7 @@
 // occurrence counts and subString(), on top of the buffer's virtual
 // searches.
 #include "string/dbufkind_p.hpp"
+#include "string/dbytescan_p.hpp"
 
 #include "dbuffer.hpp"
 #include "dstring.hpp"
@@ -34,12 +35,8 @@ unsigned int DString::indexOf(char c, unsigned int start) const {
     unsigned int const from = start == 0 ? 0 : start - 1;
     if (from >= b->length())
       return 0;
-    void const* const found =
-        std::memchr(pBuffer + from, c, b->length() - from);
-    return found == nullptr ? 0
-                            : static_cast<unsigned int>(
-                                  static_cast<char const*>(found) - pBuffer) +
-                                  1;
+    return dinternal::positionOf(
+        std::memchr(pBuffer + from, c, b->length() - from), pBuffer);
   }
   return b->indexOf(&c, 1, start);
 }
