@@ -17,13 +17,7 @@ public:
   Input(std::uint8_t const* data, std::size_t size) : at(data), left(size) {}
 
   bool empty() const { return left == 0; }
-
-  std::uint8_t byte() {
-    if (left == 0)
-      return 0;
-    --left;
-    return *at++;
-  }
+  std::uint8_t byte() { return left == 0 ? 0 : (--left, *at++); }
 
   /// A value in [0, bound] (bound at most 65535).
   unsigned int upTo(unsigned int bound) {
@@ -34,20 +28,20 @@ public:
   /// At most \p maxLength bytes, mostly from a small alphabet (so that
   /// searches find something), else raw input bytes.
   std::string text(unsigned int maxLength) {
-    static char const alphabet[] = {'a',  'b', 'c', 'A', ' ',    '\t',
-                                    '\0', 'x', '*', '?', '\xE9', 'B'};
+    static char const alphabet[] = "abcA \t\0x*?\xE9"
+                                   "B";
     unsigned int const length = upTo(maxLength);
     bool const raw = (byte() & 7) == 0;
     std::string out;
     for (unsigned int i = 0; i < length && !empty(); ++i) {
       std::uint8_t const b = byte();
-      out.push_back(raw ? static_cast<char>(b) : alphabet[b % sizeof alphabet]);
+      out.push_back(raw ? static_cast<char>(b) : alphabet[b % 12]);
     }
     return out;
   }
 
   /// A 1-based position in a text of \p length bytes: mostly inside or
-  /// just past it, sometimes 0 or the largest value.
+  /// just past it, sometimes 0 or (\p allowHuge) the largest value.
   unsigned int position(std::size_t length, bool allowHuge) {
     std::uint8_t const kind = byte();
     if (allowHuge && kind % 16 == 0)

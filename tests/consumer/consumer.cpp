@@ -1,11 +1,13 @@
-// A program built against an installed libzyncmncoll
-// (scripts/consumer-check.sh): includes a single family header by its own name
-// and the umbrella header, edits a shared string and reads a message from the
-// installed catalogue.
+// A program built against the library by scripts/consumer-check.sh and by
+// the test catalogue.installed (installed-catalogue.sh): includes a family
+// header by its own name and the umbrella header, edits a shared string,
+// prints which library file was loaded and reads message 1010 from the
+// catalogue (an argument is first handed to DBase::setMessageFile).
 #include <dstring.hpp>
 
 #include <cstdio>
 #include <cstring>
+#include <link.h>
 #include <zyncmncoll.hpp>
 
 // Kept out of line so the debugger check has a place to stop.
@@ -13,7 +15,16 @@ __attribute__((noinline)) void consumerStop(DString const& s) {
   std::printf("stop at %s\n", static_cast<char const*>(s));
 }
 
-int main() {
+int main(int argc, char** argv) {
+  if (argc > 1)
+    DBase::setMessageFile(argv[1]);
+  ::dl_iterate_phdr(
+      [](dl_phdr_info* info, std::size_t, void*) {
+        if (std::strstr(info->dlpi_name, "libzyncmncoll.so") != nullptr)
+          std::printf("library %s\n", info->dlpi_name);
+        return 0;
+      },
+      nullptr);
   DString text("installed");
   DString copy = text;
   copy.upperCase();
@@ -21,7 +32,7 @@ int main() {
   try {
     DString tooLong(nullptr, 0xFFFFFFFFu, ' ');
   } catch (DInvalidRequest const& e) {
-    std::printf("%s %lu: %s\n", e.name(), e.errorId(), e.text());
+    std::printf("%s %lu, text %s\n", e.name(), e.errorId(), e.text());
     bool const fromCatalogue = std::strstr(e.text(), "too large") != nullptr;
     return text == "installed" && copy == "INSTALLED" && fromCatalogue ? 0 : 1;
   }

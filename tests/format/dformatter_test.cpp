@@ -12,8 +12,9 @@ static_assert(D_FORMATTER_HAVE_FMT == 1, "the test needs {fmt}");
 
 // Width and precision count as fmt counts UTF-8 text: code points, two
 // columns for a wide East Asian character, one for each byte that is not
-// valid UTF-8 and for an embedded NUL. Shared and unshared strings alike.
+// valid UTF-8 and for an embedded NUL.
 TEST(DFormatter, StringsDatesAndTimes) {
+  std::setlocale(LC_ALL, "");
   using S = std::string;
   S const rows[][3] = {
       {"abc", "{:*^7}", "**abc**"},
@@ -35,28 +36,18 @@ TEST(DFormatter, StringsDatesAndTimes) {
                        ' ');
     EXPECT_EQ(row[2], fmt::format(fmt::runtime(row[1]), text)) << row[1];
   }
-  DString const original("shared");
-  DString copy = original;
+  DString const original("shared"), copy = original; // one shared buffer
   EXPECT_EQ("   shared|shared  ",
             fmt::format("{:>{}}|{:<8}", original, 9, copy));
-  copy.upperCase(); // copy on write: the original keeps its text
-  EXPECT_EQ("shared SHARED", fmt::format("{} {}", original, copy));
-
   DDate const date(DDate::September, 14, 1752);
   DTime const time(13, 5, 9);
   std::ostringstream dateText, timeText;
   dateText << date;
   timeText << time;
-  EXPECT_EQ(dateText.str(), fmt::format("{}", date));
-  EXPECT_EQ(timeText.str(), fmt::format("{}", time));
+  EXPECT_EQ(dateText.str() + "|" + timeText.str(),
+            fmt::format("{}|{}", date, time));
   EXPECT_EQ(std::string(20 - dateText.str().size(), '#') + dateText.str(),
             fmt::format("{:#>20}", date));
   EXPECT_EQ(timeText.str().substr(0, 2), fmt::format("{:.2}", time));
   EXPECT_EQ("1752-09-14", fmt::format("{}", date.asString("%Y-%m-%d")));
-}
-
-int main(int argc, char** argv) {
-  std::setlocale(LC_ALL, "");
-  testing::InitGoogleTest(&argc, argv);
-  return RUN_ALL_TESTS();
 }

@@ -3,22 +3,17 @@
 // allocation from a given size on fail as on an exhausted heap (the
 // new-handler is called while one is installed, else std::bad_alloc).
 // Each block starts with a header naming the form that made it, so that a
-// delete of the other form still stops the program.
+// delete of the other form still stops the program (also under ASan, whose
+// operators these replace).
 #include "dtest_child.hpp"
 
 #include <atomic>
-#include <cerrno>
-#include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <new>
 
 namespace {
 
 std::atomic<std::size_t> failFrom{0}; // 0: no allocation fails
 std::atomic<unsigned long> served{0};
-
 enum class Form : std::size_t { single = 0x5D1E, array = 0xA77A };
 constexpr std::size_t headerSize = 16; // keeps malloc's alignment
 
@@ -33,10 +28,10 @@ void* allocate(std::size_t size, Form form) {
         *static_cast<Form*>(p) = form;
         return static_cast<char*>(p) + headerSize;
       }
-    std::new_handler const handler = std::get_new_handler();
-    if (handler == nullptr)
+    if (std::new_handler const handler = std::get_new_handler())
+      handler();
+    else
       throw std::bad_alloc();
-    handler();
   }
 }
 
@@ -49,21 +44,19 @@ void* allocateOrNull(std::size_t size, Form form) noexcept {
 }
 
 void release(void* p, Form form) noexcept {
-  if (p == nullptr)
-    return;
   void* const block = static_cast<char*>(p) - headerSize;
-  if (*static_cast<Form*>(block) != form) {
+  if (p != nullptr && *static_cast<Form*>(block) != form) {
     std::fputs("dtest_alloc: delete does not match the new of the block\n",
                stderr);
     std::abort();
   }
-  std::free(block);
+  std::free(p != nullptr ? block : nullptr);
 }
 
 } // namespace
 
 void dtest::failAllocationsFrom(std::size_t bytes) {
-  failFrom.store(bytes, std::memory_order_relaxed);
+  failFrom = bytes;
 }
 
 bool dtest::allocationsCanFail() {
@@ -71,9 +64,9 @@ bool dtest::allocationsCanFail() {
   // (valgrind's) takes the calls at the operators' addresses.
   void* (*volatile const allocateArray)(std::size_t) = &::operator new[];
   void (*volatile const releaseArray)(void*) noexcept = &::operator delete[];
-  unsigned long const before = served.load(std::memory_order_relaxed);
+  unsigned long const before = served;
   releaseArray(allocateArray(1));
-  return served.load(std::memory_order_relaxed) != before;
+  return served != before;
 }
 
 void* operator new(std::size_t size) {
@@ -98,11 +91,5 @@ void operator delete(void* p, std::size_t) noexcept {
   release(p, Form::single);
 }
 void operator delete[](void* p, std::size_t) noexcept {
-  release(p, Form::array);
-}
-void operator delete(void* p, std::nothrow_t const&) noexcept {
-  release(p, Form::single);
-}
-void operator delete[](void* p, std::nothrow_t const&) noexcept {
   release(p, Form::array);
 }

@@ -25,41 +25,35 @@
 
 namespace dtest {
 
-/// How a child ended and everything it wrote on standard output and error.
+/// How a child ended: exitCode is -1 unless it exited, signal 0 unless one
+/// ended it; output is all it wrote on standard output and error.
 struct ChildResult {
-  int exitCode = -1; ///< -1 when it did not exit normally.
-  int signal = 0;    ///< The signal that ended it, else 0.
+  int exitCode = -1;
+  int signal = 0;
   std::string output;
 };
 
-/// Forks with the child's standard output and error sent to a pipe, runs
-/// \p child there (it must not return), and collects the result.
+/// Forks with the child's standard output and error sent to a scratch
+/// file, runs \p child there (it must not return), and collects the result.
 inline ChildResult forkPiped(std::function<void()> const& child) {
   std::fflush(nullptr);
-  int fds[2];
   ChildResult result;
-  if (::pipe(fds) != 0)
-    return result;
+  std::FILE* const out = std::tmpfile();
   pid_t const pid = ::fork();
   if (pid == 0) {
-    ::dup2(fds[1], 1);
-    ::dup2(fds[1], 2);
-    ::close(fds[0]);
-    ::close(fds[1]);
+    ::dup2(::fileno(out), 1);
+    ::dup2(::fileno(out), 2);
     child();
     ::_exit(127);
   }
-  ::close(fds[1]);
-  char chunk[65536];
-  for (ssize_t n; (n = ::read(fds[0], chunk, sizeof chunk)) != 0;)
-    if (n > 0)
-      result.output.append(chunk, static_cast<std::size_t>(n));
-    else if (errno != EINTR)
-      break;
-  ::close(fds[0]);
   int status = 0;
   while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
   }
+  std::rewind(out);
+  char chunk[65536];
+  for (std::size_t n; (n = std::fread(chunk, 1, sizeof chunk, out)) > 0;)
+    result.output.append(chunk, n);
+  std::fclose(out);
   result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   result.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
   return result;
@@ -88,14 +82,9 @@ void failAllocationsFrom(std::size_t bytes);
 /// (valgrind's) has replaced the test program's operators.
 bool allocationsCanFail();
 
-/// How work run with allocations failing ended.
-enum class LimitedOutcome {
-  returned = 0,
-  overflow = 1,    ///< DInvalidRequest 1010
-  outOfMemory = 2, ///< DOutOfMemory from the library's new-handler
-  badAlloc = 3,    ///< std::bad_alloc
-  other = 4
-};
+/// How work run with allocations failing ended: overflow is DInvalidRequest
+/// 1010, outOfMemory DOutOfMemory from the library's new-handler.
+enum class LimitedOutcome { returned, overflow, outOfMemory, badAlloc, other };
 
 /// Runs \p work in a child where every allocation of \p failingBytes or
 /// more fails, and tells how it ended.
@@ -160,8 +149,7 @@ inline std::vector<std::string> linesWith(std::string const& text,
 
 } // namespace dtest
 
-/// A child entry point: run by dtest::runChild("Name", ...) in a fresh
-/// process of the test program, never as a test.
+/// A child entry point: run by dtest::runChild("Name", ...), never as a test.
 #define DTEST_CHILD(Name)                                                      \
   static void dtestChild##Name();                                              \
   [[maybe_unused]] static bool const dtestChildAdded##Name =                   \

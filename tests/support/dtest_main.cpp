@@ -14,12 +14,12 @@ int main(int argc, char** argv) {
   setenv("KOVRA MSGFILE", ZYN_TEST_CATALOG, 0);
   setenv("TZ", "UTC0", 1);
   testing::InitGoogleTest(&argc, argv);
-  if (char const* child = std::getenv("ZYN_TEST_CHILD")) {
-    auto const entry = dtest::children().find(child);
-    if (entry == dtest::children().end())
-      return 127;
-    entry->second();
-    return testing::UnitTest::GetInstance()->Failed() ? 1 : 0;
-  }
-  return RUN_ALL_TESTS();
+  char const* child = std::getenv("ZYN_TEST_CHILD");
+  if (child == nullptr)
+    return RUN_ALL_TESTS();
+  auto const entry = dtest::children().find(child);
+  if (entry == dtest::children().end())
+    return 127;
+  entry->second();
+  return testing::UnitTest::GetInstance()->Failed() ? 1 : 0;
 }
