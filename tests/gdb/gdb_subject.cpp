@@ -19,7 +19,6 @@ static long const dayNumbers[] = {0,       -1,      -1462,   1721423, 1721424,
                                   2451604, 2488128, 2460000, 5373484};
 static unsigned const dateCount = sizeof dayNumbers / sizeof dayNumbers[0];
 static DateRow dateTable[dateCount];
-static int mbCurMax = 0; // below 2 the multibyte run has no locale
 
 __attribute__((noinline)) void stopHere() {
   std::fputs("stopped\n", stdout);
@@ -27,14 +26,13 @@ __attribute__((noinline)) void stopHere() {
 
 int main() {
   std::setlocale(LC_ALL, ""); // C: DBuffer strings, multibyte: DDBCSBuffer
-  mbCurMax = static_cast<int>(MB_CUR_MAX);
   for (unsigned i = 0; i < dateCount; ++i) {
     DDate const d = DDate::fromJulianDay(dayNumbers[i]);
     dateTable[i] = {d, d.year(), d.monthOfYear(), d.dayOfMonth(),
                     d.dayOfWeek()};
   }
   DString shared("shared \"text\"\n\xE9");
-  DString sharedCopy = shared; // same buffer, count 2
+  DString sharedCopy = shared; // one buffer, two references
   DString unshared("alone");
   DString empty;
   [[maybe_unused]] DBuffer* buffer = unshared.buffer();

@@ -1,14 +1,14 @@
-// The test program's allocation operators, replacing the standard ones for
-// the library too: malloc and free, plus a switch that makes every
-// allocation from a given size on fail as on an exhausted heap (the
-// new-handler is called while one is installed, else std::bad_alloc).
-// Each block starts with a header naming the form that made it, so that a
-// delete of the other form still stops the program (also under ASan, whose
-// operators these replace).
+// The test program's main() and its allocation operators, which replace the
+// standard ones for the library too (also the sanitizer's): malloc and free
+// with a switch that makes every allocation from a given size on fail as
+// on an exhausted heap (the new-handler is called while one is installed,
+// else std::bad_alloc). Each block starts with a header naming the form
+// that made it, so that a delete of the other form still stops the program.
 #include "dtest_child.hpp"
 
 #include <atomic>
 #include <cstdint>
+#include <gtest/gtest.h>
 
 namespace {
 
@@ -18,10 +18,9 @@ enum class Form : std::size_t { single = 0x5D1E, array = 0xA77A };
 constexpr std::size_t headerSize = 16; // keeps malloc's alignment
 
 void* allocate(std::size_t size, Form form) {
-  served.fetch_add(1, std::memory_order_relaxed);
+  ++served;
   for (;;) {
-    std::size_t const limit = failFrom.load(std::memory_order_relaxed);
-    if (limit != 0 && size >= limit)
+    if (failFrom != 0 && size >= failFrom)
       errno = ENOMEM; // as an exhausted malloc leaves it
     else if (size <= SIZE_MAX - headerSize)
       if (void* p = std::malloc(headerSize + size)) {
@@ -44,13 +43,15 @@ void* allocateOrNull(std::size_t size, Form form) noexcept {
 }
 
 void release(void* p, Form form) noexcept {
-  void* const block = static_cast<char*>(p) - headerSize;
-  if (p != nullptr && *static_cast<Form*>(block) != form) {
+  if (p == nullptr)
+    return;
+  p = static_cast<char*>(p) - headerSize;
+  if (*static_cast<Form*>(p) != form) {
     std::fputs("dtest_alloc: delete does not match the new of the block\n",
                stderr);
     std::abort();
   }
-  std::free(p != nullptr ? block : nullptr);
+  std::free(p);
 }
 
 } // namespace
@@ -92,4 +93,25 @@ void operator delete(void* p, std::size_t) noexcept {
 }
 void operator delete[](void* p, std::size_t) noexcept {
   release(p, Form::array);
+}
+
+// Sets the locale named by ZYN_TEST_LOCALE before any string exists (the
+// first string fixes the buffer class), points the library at the build
+// tree's catalogue and runs in UTC (date formats normalise through mktime).
+// With ZYN_TEST_CHILD set it runs that DTEST_CHILD instead of the tests.
+int main(int argc, char** argv) {
+  char const* name = std::getenv("ZYN_TEST_LOCALE");
+  if (name != nullptr && std::setlocale(LC_ALL, name) == nullptr)
+    std::fprintf(stderr, "locale %s is not available; its tests skip\n", name);
+  setenv("KOVRA MSGFILE", ZYN_TEST_CATALOG, 0);
+  setenv("TZ", "UTC0", 1);
+  testing::InitGoogleTest(&argc, argv);
+  char const* child = std::getenv("ZYN_TEST_CHILD");
+  if (child == nullptr)
+    return RUN_ALL_TESTS();
+  auto const entry = dtest::children().find(child);
+  if (entry != dtest::children().end())
+    entry->second();
+  return entry == dtest::children().end() ||
+         testing::UnitTest::GetInstance()->Failed();
 }

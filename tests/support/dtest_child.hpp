@@ -1,8 +1,7 @@
 // Child processes for tests: a piece of a test run in a forked child (out
 // of memory, terminate(), reports on standard error), or this test program
-// started afresh with a changed environment to run one child entry point,
-// DTEST_CHILD(Name) { ... }, in place of the tests (see dtest_main.cpp). A
-// child entry fails when a gtest assertion in it fails.
+// started afresh with a changed environment to run a DTEST_CHILD entry
+// point instead of the tests; it fails when a gtest assertion in it fails.
 #ifndef D_TESTS_DTEST_CHILD_HPP
 #define D_TESTS_DTEST_CHILD_HPP
 
@@ -25,20 +24,18 @@
 
 namespace dtest {
 
-/// How a child ended: exitCode is -1 unless it exited, signal 0 unless one
-/// ended it; output is all it wrote on standard output and error.
+/// How a child ended (exit code -1 if it did not exit, signal 0 if none
+/// ended it) and all it wrote on standard output and error.
 struct ChildResult {
-  int exitCode = -1;
-  int signal = 0;
+  int exitCode = -1, signal = 0;
   std::string output;
 };
 
-/// Forks with the child's standard output and error sent to a scratch
-/// file, runs \p child there (it must not return), and collects the result.
+/// Runs \p child (it must not return) in a forked child.
 inline ChildResult forkPiped(std::function<void()> const& child) {
   std::fflush(nullptr);
+  std::FILE* const out = std::tmpfile(); // the child's output
   ChildResult result;
-  std::FILE* const out = std::tmpfile();
   pid_t const pid = ::fork();
   if (pid == 0) {
     ::dup2(::fileno(out), 1);
@@ -74,20 +71,17 @@ inline ChildResult runInChild(std::function<int()> const& body) {
   });
 }
 
-/// From now on every allocation through operator new of at least \p bytes
-/// fails as on an exhausted heap (0: none fails); see dtest_alloc.cpp.
+/// From now on every operator new of \p bytes or more fails (0: none does).
 void failAllocationsFrom(std::size_t bytes);
 
-/// Whether failAllocationsFrom() works: false when another allocator
-/// (valgrind's) has replaced the test program's operators.
+/// Whether failAllocationsFrom() works: not under valgrind's operators.
 bool allocationsCanFail();
 
 /// How work run with allocations failing ended: overflow is DInvalidRequest
 /// 1010, outOfMemory DOutOfMemory from the library's new-handler.
 enum class LimitedOutcome { returned, overflow, outOfMemory, badAlloc, other };
 
-/// Runs \p work in a child where every allocation of \p failingBytes or
-/// more fails, and tells how it ended.
+/// Runs \p work in a child with failAllocationsFrom(\p failingBytes).
 inline LimitedOutcome runWithLimitedMemory(std::size_t failingBytes,
                                            std::function<void()> const& work) {
   int const code = runInChild([&] {
@@ -112,8 +106,8 @@ inline std::map<std::string, void (*)()>& children() {
   return table;
 }
 
-/// Runs the child entry point \p name in a fresh process of this program,
-/// with \p setVars set and \p unsetVars removed from its environment.
+/// Runs the DTEST_CHILD \p name in a fresh process of this program, with
+/// \p setVars set and \p unsetVars removed from its environment.
 inline ChildResult
 runChild(std::string const& name,
          std::vector<std::pair<std::string, std::string>> const& setVars,
