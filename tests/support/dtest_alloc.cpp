@@ -1,12 +1,12 @@
 // The test program's main() and its allocation operators, which replace the
-// standard ones for the library too (also the sanitizer's): malloc and free
-// with a switch that makes every allocation from a given size on fail as
-// on an exhausted heap (the new-handler is called while one is installed,
-// else std::bad_alloc). Each block starts with a header naming the form
-// that made it, so that a delete of the other form still stops the program.
+// standard ones (the sanitizer's too) for the library as well: malloc with a
+// switch that makes every allocation from a given size on fail as on an
+// exhausted heap. A header naming the form that made each block lets a
+// delete of the other form still stop the program.
 #include "dtest_child.hpp"
 
 #include <atomic>
+#include <clocale>
 #include <cstdint>
 #include <gtest/gtest.h>
 
@@ -34,14 +34,6 @@ void* allocate(std::size_t size, Form form) {
   }
 }
 
-void* allocateOrNull(std::size_t size, Form form) noexcept {
-  try {
-    return allocate(size, form);
-  } catch (...) {
-    return nullptr;
-  }
-}
-
 void release(void* p, Form form) noexcept {
   if (p == nullptr)
     return;
@@ -61,8 +53,8 @@ void dtest::failAllocationsFrom(std::size_t bytes) {
 }
 
 bool dtest::allocationsCanFail() {
-  // Called through pointers, as the library calls them: a replacement
-  // (valgrind's) takes the calls at the operators' addresses.
+  // Through pointers, as the library calls them: valgrind's operators take
+  // the calls at these addresses.
   void* (*volatile const allocateArray)(std::size_t) = &::operator new[];
   void (*volatile const releaseArray)(void*) noexcept = &::operator delete[];
   unsigned long const before = served;
@@ -70,35 +62,32 @@ bool dtest::allocationsCanFail() {
   return served != before;
 }
 
-void* operator new(std::size_t size) {
-  return allocate(size, Form::single);
-}
-void* operator new[](std::size_t size) {
-  return allocate(size, Form::array);
-}
-void* operator new(std::size_t size, std::nothrow_t const&) noexcept {
-  return allocateOrNull(size, Form::single);
-}
-void* operator new[](std::size_t size, std::nothrow_t const&) noexcept {
-  return allocateOrNull(size, Form::array);
-}
-void operator delete(void* p) noexcept {
-  release(p, Form::single);
-}
-void operator delete[](void* p) noexcept {
-  release(p, Form::array);
-}
-void operator delete(void* p, std::size_t) noexcept {
-  release(p, Form::single);
-}
-void operator delete[](void* p, std::size_t) noexcept {
-  release(p, Form::array);
-}
+// new, nothrow new, delete and sized delete of one form (brackets: [] or
+// nothing).
+#define DTEST_OPERATORS(brackets, form)                                        \
+  void* operator new brackets(std::size_t size) {                              \
+    return allocate(size, form);                                               \
+  }                                                                            \
+  void* operator new brackets(std::size_t size,                                \
+                              std::nothrow_t const&) noexcept {                \
+    try {                                                                      \
+      return allocate(size, form);                                             \
+    } catch (...) {                                                            \
+      return nullptr;                                                          \
+    }                                                                          \
+  }                                                                            \
+  void operator delete brackets(void* p) noexcept {                            \
+    release(p, form);                                                          \
+  }                                                                            \
+  void operator delete brackets(void* p, std::size_t) noexcept {               \
+    release(p, form);                                                          \
+  }
+DTEST_OPERATORS(, Form::single)
+DTEST_OPERATORS([], Form::array)
 
-// Sets the locale named by ZYN_TEST_LOCALE before any string exists (the
-// first string fixes the buffer class), points the library at the build
-// tree's catalogue and runs in UTC (date formats normalise through mktime).
-// With ZYN_TEST_CHILD set it runs that DTEST_CHILD instead of the tests.
+// The locale of ZYN_TEST_LOCALE is set before any string exists (the first
+// fixes the buffer class); UTC, as date formats normalise through mktime.
+// With ZYN_TEST_CHILD set, that DTEST_CHILD runs instead of the tests.
 int main(int argc, char** argv) {
   char const* name = std::getenv("ZYN_TEST_LOCALE");
   if (name != nullptr && std::setlocale(LC_ALL, name) == nullptr)

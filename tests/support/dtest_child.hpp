@@ -1,21 +1,18 @@
 // Child processes for tests: a piece of a test run in a forked child (out
-// of memory, terminate(), reports on standard error), or this test program
-// started afresh with a changed environment to run a DTEST_CHILD entry
-// point instead of the tests; it fails when a gtest assertion in it fails.
+// of memory, terminate(), reports on standard error), or this program run
+// afresh with a changed environment to run a DTEST_CHILD entry point
+// instead of the tests (it fails when a gtest assertion in it fails).
 #ifndef D_TESTS_DTEST_CHILD_HPP
 #define D_TESTS_DTEST_CHILD_HPP
 
 #include "dexcept.hpp"
-#include "dstring.hpp"
 
-#include <algorithm>
-#include <cerrno>
-#include <clocale>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
 #include <map>
 #include <new>
+#include <sstream>
 #include <string>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -24,7 +21,7 @@
 
 namespace dtest {
 
-/// How a child ended (exit code -1 if it did not exit, signal 0 if none
+/// How a child ended (exitCode -1 unless it exited, signal 0 unless one
 /// ended it) and all it wrote on standard output and error.
 struct ChildResult {
   int exitCode = -1, signal = 0;
@@ -34,8 +31,7 @@ struct ChildResult {
 /// Runs \p child (it must not return) in a forked child.
 inline ChildResult forkPiped(std::function<void()> const& child) {
   std::fflush(nullptr);
-  std::FILE* const out = std::tmpfile(); // the child's output
-  ChildResult result;
+  std::FILE* const out = std::tmpfile();
   pid_t const pid = ::fork();
   if (pid == 0) {
     ::dup2(::fileno(out), 1);
@@ -44,28 +40,21 @@ inline ChildResult forkPiped(std::function<void()> const& child) {
     ::_exit(127);
   }
   int status = 0;
-  while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
-  }
+  ::waitpid(pid, &status, 0);
+  ChildResult result{WIFEXITED(status) ? WEXITSTATUS(status) : -1,
+                     WIFSIGNALED(status) ? WTERMSIG(status) : 0, ""};
   std::rewind(out);
-  char chunk[65536];
+  char chunk[4096];
   for (std::size_t n; (n = std::fread(chunk, 1, sizeof chunk, out)) > 0;)
     result.output.append(chunk, n);
   std::fclose(out);
-  result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  result.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
   return result;
 }
 
-/// Runs \p body in a forked child, which exits with what \p body returns
-/// (99 if it throws).
+/// Runs \p body in a forked child, which exits with what \p body returns.
 inline ChildResult runInChild(std::function<int()> const& body) {
   return forkPiped([&body] {
-    int code = 99;
-    try {
-      code = body();
-    } catch (...) {
-      std::printf("child: unexpected exception\n");
-    }
+    int const code = body();
     std::fflush(nullptr);
     ::_exit(code);
   });
@@ -73,12 +62,11 @@ inline ChildResult runInChild(std::function<int()> const& body) {
 
 /// From now on every operator new of \p bytes or more fails (0: none does).
 void failAllocationsFrom(std::size_t bytes);
-
 /// Whether failAllocationsFrom() works: not under valgrind's operators.
 bool allocationsCanFail();
 
-/// How work run with allocations failing ended: overflow is DInvalidRequest
-/// 1010, outOfMemory DOutOfMemory from the library's new-handler.
+/// How work ended: overflow is DInvalidRequest 1010, outOfMemory the
+/// library's DOutOfMemory.
 enum class LimitedOutcome { returned, overflow, outOfMemory, badAlloc, other };
 
 /// Runs \p work in a child with failAllocationsFrom(\p failingBytes).
@@ -112,19 +100,16 @@ inline ChildResult
 runChild(std::string const& name,
          std::vector<std::pair<std::string, std::string>> const& setVars,
          std::vector<std::string> const& unsetVars = {}) {
-  // The program's own path: under valgrind /proc/self/exe names the tool.
-  char exe[4096] = "/proc/self/exe";
-  ssize_t const got = ::readlink("/proc/self/exe", exe, sizeof exe - 1);
-  exe[got > 0 ? got : 14] = '\0';
   return forkPiped([&] {
     for (auto const& var : unsetVars)
       ::unsetenv(var.c_str());
     for (auto const& var : setVars)
       ::setenv(var.first.c_str(), var.second.c_str(), 1);
     ::setenv("ZYN_TEST_CHILD", name.c_str(), 1);
+    // Not /proc/self/exe, which names the tool under valgrind.
     char arg[] = "--gtest_brief=1";
-    char* argv[] = {exe, arg, nullptr};
-    ::execv(exe, argv);
+    char* argv[] = {program_invocation_name, arg, nullptr};
+    ::execv(argv[0], argv);
   });
 }
 
@@ -132,12 +117,10 @@ runChild(std::string const& name,
 inline std::vector<std::string> linesWith(std::string const& text,
                                           std::string const& prefix) {
   std::vector<std::string> found;
-  for (std::size_t start = 0, end; start < text.size(); start = end + 1) {
-    end = std::min(text.find('\n', start), text.size());
-    if (text.compare(start, prefix.size(), prefix) == 0)
-      found.push_back(
-          text.substr(start + prefix.size(), end - start - prefix.size()));
-  }
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);)
+    if (line.compare(0, prefix.size(), prefix) == 0)
+      found.push_back(line.substr(prefix.size()));
   return found;
 }
 
