@@ -1,6 +1,5 @@
-// Fuzz-input reader shared by the fuzz targets: takes numbers, choices and
-// short byte strings from the front of the input and yields zeros once the
-// input is used up, so every input is a valid program.
+// Reads numbers and short byte strings from the front of a fuzz input, then
+// zeros once it is used up, so that every input is a valid program.
 #ifndef D_FUZZ_FUZZ_INPUT_HPP
 #define D_FUZZ_FUZZ_INPUT_HPP
 
@@ -25,8 +24,7 @@ public:
     return bound == 0 ? 0 : raw % (bound + 1);
   }
 
-  /// At most \p maxLength bytes, mostly from a small alphabet (so that
-  /// searches find something), else raw input bytes.
+  /// At most \p maxLength bytes, mostly from an alphabet searches find.
   std::string text(unsigned int maxLength) {
     static char const alphabet[] = "abcA \t\0x*?\xE9"
                                    "B";
@@ -40,8 +38,7 @@ public:
     return out;
   }
 
-  /// A 1-based position in a text of \p length bytes: mostly inside or
-  /// just past it, sometimes 0 or (\p allowHuge) the largest value.
+  /// A 1-based position in \p length bytes, 0, just past or the largest.
   unsigned int position(std::size_t length, bool allowHuge) {
     std::uint8_t const kind = byte();
     if (allowHuge && kind % 16 == 0)
@@ -54,13 +51,12 @@ private:
   std::size_t left;
 };
 
-/// Stops the run with a description: libFuzzer records the input.
+/// Stops the run: libFuzzer records the input.
 [[noreturn]] inline void fail(char const* what, std::string const& detail) {
   std::fprintf(stderr, "mismatch in %s: %s\n", what, detail.c_str());
   std::abort();
 }
 
-/// Printable form of a byte string for reports.
 inline std::string show(std::string const& bytes) {
   std::string out = "\"";
   for (unsigned char c : bytes) {

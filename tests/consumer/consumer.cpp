@@ -1,8 +1,6 @@
-// A program built against the library by scripts/consumer-check.sh and by
-// the test catalogue.installed (installed-catalogue.sh): includes a family
-// header by its own name and the umbrella header, edits a shared string,
-// prints which library file was loaded and reads message 1010 from the
-// catalogue (an argument is first handed to DBase::setMessageFile).
+// Built against the library by scripts/consumer-check.sh and for the test
+// catalogue.installed: prints the library file loaded, edits a shared string
+// and reads message 1010 from the catalogue (of argv[1] if given).
 #include <dstring.hpp>
 
 #include <cstdio>
@@ -10,7 +8,7 @@
 #include <link.h>
 #include <zyncmncoll.hpp>
 
-// Kept out of line so the debugger check has a place to stop.
+// Out of line: the debugger check stops here.
 __attribute__((noinline)) void consumerStop(DString const& s) {
   std::printf("stop at %s\n", static_cast<char const*>(s));
 }

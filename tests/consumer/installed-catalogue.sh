@@ -1,11 +1,9 @@
 #!/usr/bin/env bash
-# ctest catalogue.installed: installs the build into a scratch prefix and
-# checks that a program finds the installed catalogue with no NLSPATH and
-# no "KOVRA MSGFILE", whatever LANG says, and after the prefix is moved;
-# that an NLSPATH search still comes first; and that a catalogue named but
-# missing gives the fallback text. The installed catalogue's message 1010
-# is marked, so that no other copy (system-wide, at the configured prefix)
-# can pass for it.
+# ctest catalogue.installed: installs the build into a scratch prefix, with
+# message 1010 of its catalogue marked so that no other copy can pass for
+# it, and checks that the consumer finds it whatever LANG says, also after
+# the prefix moved; that NLSPATH still comes first; that a catalogue named
+# but missing gives the fallback text.
 #   installed-catalogue.sh <build dir> <consumer> <catalogue source> <gencat>
 set -euo pipefail
 build=$1 probe=$2 source=$3 gencat=$4
@@ -20,7 +18,6 @@ rm "$catalogue"
 marked=$(sed -n 's/^1010 "\(.*\)"$/\1/p' "$work/marked.msg")
 fallback="Unable to load text from message file."
 failures=0
-
 check() { # check <what> <expected text> [VAR=value...]; $arg: probe argument
   local lib out
   lib=$(dirname "$(find "$prefix" -name libzyncmncoll.so.1)")

@@ -1,6 +1,8 @@
-// {fmt} formatting of DString, DDate and DTime (dformatter.hpp), in the
-// locale of the environment (ctest: C and en_US.UTF-8); string formatting
-// must not depend on it.
+// {fmt} formatting of DString, DDate and DTime (dformatter.hpp) in the
+// locale of the environment (ctest: C and en_US.UTF-8), on which it must
+// not depend. Width and precision count as fmt counts UTF-8 text: code
+// points, two columns for a wide East Asian character, one for each byte
+// that is not valid UTF-8 and for an embedded NUL.
 #include <dformatter.hpp>
 
 #include <clocale>
@@ -10,9 +12,6 @@
 
 static_assert(D_FORMATTER_HAVE_FMT == 1, "the test needs {fmt}");
 
-// Width and precision count as fmt counts UTF-8 text: code points, two
-// columns for a wide East Asian character, one for each byte that is not
-// valid UTF-8 and for an embedded NUL.
 TEST(DFormatter, StringsDatesAndTimes) {
   std::setlocale(LC_ALL, "");
   using S = std::string;

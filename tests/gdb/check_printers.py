@@ -1,14 +1,10 @@
-# Runs inside `gdb -batch -x check_printers.py gdb_subject`: loads the
-# printers named by $ZYN_GDB_PRINTERS (ZYN_GDB_LAYOUT=1: reading objects by
-# their layout, as without the library's debug information), stops the
-# subject in stopHere() and compares what `print` shows with the expected
-# text. gdb exits 1 when any failed.
+# Run as `gdb -batch -x check_printers.py gdb_subject`: loads the printers
+# of $ZYN_GDB_PRINTERS (ZYN_GDB_LAYOUT=1: reading objects by their layout),
+# stops in stopHere() and compares what `print` shows with the patterns.
 import os
 import re
 import gdb
 
-gdb.execute('set pagination off')
-gdb.execute('set print pretty off')
 gdb.execute('source ' + os.environ['ZYN_GDB_PRINTERS'])
 if os.environ.get('ZYN_GDB_LAYOUT') == '1':
     import __main__
@@ -46,12 +42,10 @@ for i in range(int(gdb.parse_and_eval('dateCount'))):
 
 failed = 0
 for expression, pattern in checks:
-    shown = gdb.execute('print ' + expression, to_string=True)
-    shown = shown.split('=', 1)[1].strip()
-    if not re.fullmatch(pattern, shown, re.S):
+    shown = gdb.execute('print ' + expression, to_string=True).split('=', 1)
+    if not re.fullmatch(pattern, shown[1].strip(), re.S):
         failed += 1
         print('FAIL: print %s\n  shown: %s\n  wanted: %s' %
-              (expression, shown, pattern))
+              (expression, shown[1].strip(), pattern))
 print('gdb printers: %d passed, %d failed' % (len(checks) - failed, failed))
-gdb.execute('kill')
 gdb.execute('quit %d' % (1 if failed else 0))
