@@ -24,7 +24,8 @@ check() { # check <what> <expected text> [VAR=value...]; $arg: probe argument
   out=$(env -u NLSPATH -u "KOVRA MSGFILE" -u LANG -u LC_ALL -u LC_MESSAGES \
     -u LANGUAGE LD_LIBRARY_PATH="$lib" "${@:3}" "$probe" ${arg:+"$arg"} \
     2>/dev/null) || true
-  if [[ "$out" != *"library $lib/"* || "$out" != *"text $2" ]]; then
+  if ! LD_LIBRARY_PATH="$lib" ldd "$probe" | grep -q " $lib/libzyncmncoll" ||
+    [[ "$out" != *"text $2" ]]; then
     echo "FAIL $1: want [$2] from $lib, got: $out"
     failures=$((failures + 1))
   fi

@@ -1,49 +1,30 @@
 // The test program's main() and its allocation operators, which replace the
-// standard ones (the sanitizer's too) for the library as well: malloc with a
-// switch that makes every allocation from a given size on fail as on an
-// exhausted heap. A header naming the form that made each block lets a
-// delete of the other form still stop the program.
+// standard ones (the sanitizer's too) for the library as well: malloc and
+// free, with a switch that makes every allocation from a given size on fail
+// as on an exhausted heap.
 #include "dtest_child.hpp"
 
 #include <atomic>
 #include <clocale>
-#include <cstdint>
 #include <gtest/gtest.h>
 
 namespace {
 
 std::atomic<std::size_t> failFrom{0}; // 0: no allocation fails
 std::atomic<unsigned long> served{0};
-enum class Form : std::size_t { single = 0x5D1E, array = 0xA77A };
-constexpr std::size_t headerSize = 16; // keeps malloc's alignment
 
-void* allocate(std::size_t size, Form form) {
+void* allocate(std::size_t size) {
   ++served;
   for (;;) {
     if (failFrom != 0 && size >= failFrom)
       errno = ENOMEM; // as an exhausted malloc leaves it
-    else if (size <= SIZE_MAX - headerSize)
-      if (void* p = std::malloc(headerSize + size)) {
-        *static_cast<Form*>(p) = form;
-        return static_cast<char*>(p) + headerSize;
-      }
+    else if (void* p = std::malloc(size == 0 ? 1 : size))
+      return p;
     if (std::new_handler const handler = std::get_new_handler())
       handler();
     else
       throw std::bad_alloc();
   }
-}
-
-void release(void* p, Form form) noexcept {
-  if (p == nullptr)
-    return;
-  p = static_cast<char*>(p) - headerSize;
-  if (*static_cast<Form*>(p) != form) {
-    std::fputs("dtest_alloc: delete does not match the new of the block\n",
-               stderr);
-    std::abort();
-  }
-  std::free(p);
 }
 
 } // namespace
@@ -62,28 +43,27 @@ bool dtest::allocationsCanFail() {
   return served != before;
 }
 
-// new, nothrow new, delete and sized delete of one form (brackets: [] or
-// nothing).
-#define DTEST_OPERATORS(brackets, form)                                        \
+// new, nothrow new, delete and sized delete ([] or nothing: both forms).
+#define DTEST_OPERATORS(brackets)                                              \
   void* operator new brackets(std::size_t size) {                              \
-    return allocate(size, form);                                               \
+    return allocate(size);                                                     \
   }                                                                            \
   void* operator new brackets(std::size_t size,                                \
                               std::nothrow_t const&) noexcept {                \
     try {                                                                      \
-      return allocate(size, form);                                             \
+      return allocate(size);                                                   \
     } catch (...) {                                                            \
       return nullptr;                                                          \
     }                                                                          \
   }                                                                            \
   void operator delete brackets(void* p) noexcept {                            \
-    release(p, form);                                                          \
+    std::free(p);                                                              \
   }                                                                            \
   void operator delete brackets(void* p, std::size_t) noexcept {               \
-    release(p, form);                                                          \
+    std::free(p);                                                              \
   }
-DTEST_OPERATORS(, Form::single)
-DTEST_OPERATORS([], Form::array)
+DTEST_OPERATORS()
+DTEST_OPERATORS([])
 
 // The locale of ZYN_TEST_LOCALE is set before any string exists (the first
 // fixes the buffer class); UTC, as date formats normalise through mktime.
