@@ -1,6 +1,7 @@
 # Run as `gdb -batch -x check_printers.py gdb_subject`: loads the printers
 # of $ZYN_GDB_PRINTERS (ZYN_GDB_LAYOUT=1: reading objects by their layout),
-# stops in stopHere() and compares what `print` shows with the patterns.
+# stops in stopHere() and compares what `print` shows with the patterns;
+# the test passes on "gdb printers: N passed, 0 failed" alone.
 import os
 import re
 import gdb
