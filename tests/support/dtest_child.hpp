@@ -1,7 +1,6 @@
-// Child processes for tests: a piece of a test run in a forked child (out
-// of memory, terminate(), reports on standard error), or this program run
-// afresh with a changed environment to run a DTEST_CHILD entry point
-// instead of the tests (it fails when a gtest assertion in it fails).
+// Child processes for tests: a forked child (out of memory, terminate(),
+// reports on standard error), or this program run afresh with a changed
+// environment to run a DTEST_CHILD entry point instead of the tests.
 #ifndef D_TESTS_DTEST_CHILD_HPP
 #define D_TESTS_DTEST_CHILD_HPP
 
@@ -11,18 +10,16 @@
 #include <cstdlib>
 #include <functional>
 #include <map>
-#include <new>
 #include <sstream>
 #include <string>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <utility>
 #include <vector>
 
 namespace dtest {
 
-/// How a child ended (exitCode -1 unless it exited, signal 0 unless one
-/// ended it) and all it wrote on standard output and error.
+/// How a child ended (-1 / 0 when it did not exit / no signal ended it)
+/// and all it wrote on standard output and error.
 struct ChildResult {
   int exitCode = -1, signal = 0;
   std::string output;
@@ -76,7 +73,6 @@ inline LimitedOutcome runWithLimitedMemory(std::size_t failingBytes,
                      failAllocationsFrom(failingBytes);
                      try {
                        work();
-                       return 0;
                      } catch (DInvalidRequest const& e) {
                        return e.errorId() == 1010 ? 1 : 4;
                      } catch (DOutOfMemory const&) {
@@ -84,6 +80,7 @@ inline LimitedOutcome runWithLimitedMemory(std::size_t failingBytes,
                      } catch (std::bad_alloc const&) {
                        return 3;
                      }
+                     return 0;
                    }).exitCode;
   return static_cast<LimitedOutcome>(code >= 0 && code <= 3 ? code : 4);
 }
