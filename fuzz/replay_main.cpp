@@ -36,10 +36,7 @@ int main(int argc, char** argv) {
     std::sort(files.begin(), files.end());
     for (fs::path const& file : files) {
       std::ifstream in(file, std::ios::binary);
-      if (!in) {
-        std::fprintf(stderr, "cannot read %s\n", file.c_str());
-        return 1;
-      }
+      in.exceptions(std::ios::failbit); // a file that cannot be read
       corpus.emplace_back(std::istreambuf_iterator<char>(in),
                           std::istreambuf_iterator<char>());
       LLVMFuzzerTestOneInput(corpus.back().data(), corpus.back().size());
@@ -61,7 +58,7 @@ int main(int argc, char** argv) {
         std::size_t const at = upTo(bytes.size());
         auto const value =
             static_cast<std::uint8_t>(upTo(1) ? upTo(255) : upTo(3) * 0x7F);
-        auto const where = bytes.begin() + static_cast<long>(at);
+        auto const where = bytes.begin() + at;
         std::size_t const kind = upTo(4);
         if (kind == 0 || (kind == 4 && at == bytes.size()))
           bytes.insert(where, value);
@@ -70,11 +67,9 @@ int main(int argc, char** argv) {
         else if (kind == 2)
           bytes.resize(at);
         else if (kind == 3) { // a copy of some part somewhere else
-          std::size_t const from = upTo(bytes.size());
-          auto const part = bytes.begin() + static_cast<long>(from);
-          Bytes const copy(part,
-                           part + static_cast<long>(upTo(std::min<std::size_t>(
-                                      bytes.size() - from, 32))));
+          auto const part = bytes.begin() + upTo(bytes.size());
+          Bytes const copy(part, part + upTo(std::min<std::ptrdiff_t>(
+                                            bytes.end() - part, 32)));
           bytes.insert(where, copy.begin(), copy.end());
         } else if (kind == 4)
           bytes[at] = value;
