@@ -25,16 +25,17 @@ struct ChildResult {
   std::string output;
 };
 
-/// Runs \p child (it must not return) in a forked child.
-inline ChildResult forkPiped(std::function<void()> const& child) {
+/// Runs \p body in a forked child, which exits with what \p body returns.
+inline ChildResult runInChild(std::function<int()> const& body) {
   std::fflush(nullptr);
   std::FILE* const out = std::tmpfile();
   pid_t const pid = ::fork();
   if (pid == 0) {
     ::dup2(::fileno(out), 1);
     ::dup2(::fileno(out), 2);
-    child();
-    ::_exit(127);
+    int const code = body();
+    std::fflush(nullptr);
+    ::_exit(code);
   }
   int status = 0;
   ::waitpid(pid, &status, 0);
@@ -46,15 +47,6 @@ inline ChildResult forkPiped(std::function<void()> const& child) {
     result.output.append(chunk, n);
   std::fclose(out);
   return result;
-}
-
-/// Runs \p body in a forked child, which exits with what \p body returns.
-inline ChildResult runInChild(std::function<int()> const& body) {
-  return forkPiped([&body] {
-    int const code = body();
-    std::fflush(nullptr);
-    ::_exit(code);
-  });
 }
 
 /// From now on every operator new of \p bytes or more fails (0: none does).
@@ -97,7 +89,7 @@ inline ChildResult
 runChild(std::string const& name,
          std::vector<std::pair<std::string, std::string>> const& setVars,
          std::vector<std::string> const& unsetVars = {}) {
-  return forkPiped([&] {
+  return runInChild([&] {
     for (auto const& var : unsetVars)
       ::unsetenv(var.c_str());
     for (auto const& var : setVars)
@@ -107,6 +99,7 @@ runChild(std::string const& name,
     char arg[] = "--gtest_brief=1";
     char* argv[] = {program_invocation_name, arg, nullptr};
     ::execv(argv[0], argv);
+    return 127;
   });
 }
 
