@@ -24,18 +24,14 @@ TEST(DStringConstruct, ValuesTextsAndPieces) {
   std::pair<DString, string> const rows[] = {
       {DString(-5), "-5"},
       {DString(static_cast<unsigned short>(65535)), "65535"},
-      {DString(static_cast<short>(-1)), "-1"},
       {DString(4294967295u), "4294967295"},
       {DString(LONG_MIN), "-9223372036854775808"},
       {DString(ULONG_MAX), "18446744073709551615"},
-      {DString(2.0), "2"},
       {DString(1.0 / 3), "0.333333333333333"},
       {DString(1e20), "1e+20"},
       {DString(123456789012345678.0), "1.23456789012346e+17"},
-      {DString(-0.5), "-0.5"},
       {DString('\0'), string(1, '\0')},
       {DString(static_cast<unsigned char>(0xE9)), "\xE9"},
-      {DString(static_cast<signed char>('x')), "x"},
       {DString(utext), "\xC3\xA9"},
       {DString(stext), "ab"},
       {DString("ab\0cd"), "ab"}, // a text ends at its first NUL
@@ -43,13 +39,11 @@ TEST(DStringConstruct, ValuesTextsAndPieces) {
       {DString("ab", 2, nullptr, 2, '-'), "ab--"},
       {DString("a", 1, nullptr, 2, "bc", 2, '.'), "a..bc"},
       {DString("a\0b", 3), string("a\0b", 3)},
-      {DString("abc", 0), ""},
       {DString(std::string_view("x\0y", 3)), string("x\0y", 3)},
   };
-  for (auto const& [value, want] : rows) {
-    EXPECT_EQ(want, bytes(value));
-    EXPECT_EQ('\0', static_cast<char const*>(value)[value.length()]);
-  }
+  for (auto const& [value, want] : rows)
+    EXPECT_EQ(want + '\0',
+              string(static_cast<char const*>(value), value.length() + 1));
   std::ostringstream out;
   out << DString('\0') << DString("a\0b", 3);
   EXPECT_EQ("a", out.str()); // streams write up to the first NUL
@@ -67,8 +61,7 @@ TEST(DStringConstruct, ValuesTextsAndPieces) {
 TEST(DStringShare, CountsOfCopiesAssignmentsAndAdoption) {
   DString a("shared text");
   {
-    DString b(a);
-    DString c("other");
+    DString b(a), c("other");
     DBuffer* old = c.buffer();
     old->addRef(); // keeps it observable after c lets go
     c = a;
@@ -86,11 +79,6 @@ TEST(DStringShare, CountsOfCopiesAssignmentsAndAdoption) {
   a.prepareToChange(); // unshared: nothing to do
   EXPECT_EQ(first, a.buffer());
   EXPECT_EQ(1u, a.buffer()->useCount());
-  DBuffer* made = DBuffer::defaultBuffer()->newBuffer("xyz", 3, nullptr, 0,
-                                                      nullptr, 0, ' ');
-  DString adopted(made); // takes over the one reference
-  EXPECT_EQ(made, adopted.buffer());
-  EXPECT_EQ(1u, made->useCount());
 }
 
 //===--- Length bounds ----------------------------------------------------===//
@@ -100,11 +88,9 @@ TEST(DStringShare, CountsOfCopiesAssignmentsAndAdoption) {
 TEST(DBufferOverflow, CheckedLengthArithmetic) {
   using dinternal::c2dWidth;
   unsigned int const pairs[][2] = {
-      {0xFFFFFFFEu, 0},           {0, 0xFFFFFFFEu},           {0xFFFFFFFFu, 0},
-      {0, 0xFFFFFFFFu},           {0xFFFFFFFDu, 1},           {1, 0xFFFFFFFEu},
-      {0x7FFFFFFFu, 0x7FFFFFFFu}, {0x80000000u, 0x7FFFFFFFu}, {0xFFFFFFFFu, 1},
-      {0x7FFFFFFFu, 2},           {0x80000000u, 2},           {0x55555555u, 3},
-      {0x10000u, 0xFFFFu},        {0x10000u, 0x10000u}};
+      {0xFFFFFFFEu, 0}, {0, 0xFFFFFFFFu},    {0xFFFFFFFDu, 1},
+      {1, 0xFFFFFFFEu}, {0x7FFFFFFFu, 2},    {0x80000000u, 2},
+      {0x55555555u, 3}, {0x10000u, 0xFFFFu}, {0x10000u, 0x10000u}};
   dtest::RecordingTrace trace;
   int raises = 0;
   for (auto const& [a, b] : pairs) {
@@ -126,7 +112,6 @@ TEST(DBufferOverflow, CheckedLengthArithmetic) {
   std::pair<unsigned long, unsigned long> const fits[] = {
       {dinternal::checkedLength(0xFFFFFFFEu), 0xFFFFFFFEu},
       {dinternal::c2bLength(0x1FFFFFFEu), 0xFFFFFFF0u},
-      {dinternal::c2bLength(1), 8},
       {dinternal::c2xLength(0x7FFFFFFFu), 0xFFFFFFFEu},
       {c2dWidth(5, 1), 4},
       {c2dWidth(1004, 13), 3013},
@@ -143,18 +128,14 @@ TEST(DBufferOverflow, CheckedLengthArithmetic) {
       [] { dinternal::checkedLength(0xFFFFFFFFu); },
       [] { dinternal::checkedLength(std::size_t{1} << 32); },
       [] { dinternal::checkAllocatable(4294967271u); },
-      [] { dinternal::checkAllocatable(1ull << 40); },
       [] { dinternal::c2bLength(0x1FFFFFFFu); },
       [] { dinternal::c2xLength(0x80000000u); },
       [] { c2dWidth(0x55555549u + 4, 12); },
       [] { c2dWidth(0x5555554Cu + 4, 3); },
       [] { c2dWidth(0x55555554u + 4, 1); },
-      [] { c2dWidth(0x55555555u + 4, 1); },
       [] { c2dWidth(0xFFFFFFFFu, 10); },
       [&] { nb(0xFFFFFFFFu, 0, 0); },
-      [&] { nb(0, 0xFFFFFFFFu, 0); },
       [&] { nb(1, 0xFFFFFFFDu, 1); },
-      [&] { nb(0x80000000u, 0x7FFFFFFFu, 0); },
       [&] { nb(0xFFFFFFFEu, 0, 0); }, // passes the sum, not the size
       [] { DBuffer::defaultBuffer()->allocate(4294967271u); }};
   for (auto const& call : raising)
@@ -176,28 +157,19 @@ TEST(DBufferOverflow, LargestLengthPassesTheCheck) {
 
 //===--- Debug descriptions ---------------------------------------------===//
 
-TEST(DStringDebug, BufferShowsShortTextsWholeAndLongOnesCut) {
-  DString const text23("abcdefghijklmnopqrstuvw");
-  DString const text24("abcdefghijklmnopqrstuvwx");
-  auto expect = [](DString const& s, char const* data) {
-    return "DBuffer(@" +
-           std::to_string(reinterpret_cast<unsigned long>(s.buffer())) +
-           ",refs=1,len=" + std::to_string(s.length()) + ",data=[" + data +
-           "])";
+TEST(DStringDebug, Descriptions) {
+  auto at = [](void const* p) {
+    return std::to_string(reinterpret_cast<unsigned long>(p));
   };
-  EXPECT_EQ(expect(text23, "abcdefghijklmnopqrstuvw"),
-            bytes(text23.buffer()->asDebugInfo()));
-  EXPECT_EQ(expect(text24, "abcdefghij...opqrstuvwx"),
-            bytes(text24.buffer()->asDebugInfo()));
-  EXPECT_EQ("DString(@" +
-                std::to_string(reinterpret_cast<unsigned long>(&text23)) +
-                ",pBuffer->" + bytes(text23.buffer()->asDebugInfo()) + ")",
-            bytes(text23.asDebugInfo()));
-}
-
-// The root classes: the address as the shortest even run of upper-case hex
-// digits (d2c then c2x), for a DVBase the DBase form naming its subobject.
-TEST(DStringDebug, RootClassesShowTheirAddressInHex) {
+  DString const t23("abcdefghijklmnopqrstuvw"), t24 = t23 + "x";
+  EXPECT_EQ("DBuffer(@" + at(t23.buffer()) +
+                ",refs=1,len=23,data=[abcdefghijklmnopqrstuvw])",
+            bytes(t23.buffer()->asDebugInfo()));
+  EXPECT_EQ("DString(@" + at(&t24) + ",pBuffer->DBuffer(@" + at(t24.buffer()) +
+                ",refs=1,len=24,data=[abcdefghij...opqrstuvwx]))",
+            bytes(t24.asDebugInfo()));
+  // The root classes: the address as the shortest even run of upper-case
+  // hex digits, for a DVBase the DBase form naming its subobject.
   auto hex = [](void const* p) {
     char text[32];
     std::snprintf(text, sizeof text, "%lX", reinterpret_cast<unsigned long>(p));
@@ -205,13 +177,13 @@ TEST(DStringDebug, RootClassesShowTheirAddressInHex) {
   };
   static DBase const staticBase;
   DVBase const stackVBase;
+  DBase const& base = stackVBase;
   for (int flag : {0, 1}) {
     dtest::I18NState state(flag);
     EXPECT_EQ("DBase(@" + hex(&staticBase) + ")",
               bytes(staticBase.asDebugInfo()));
     EXPECT_EQ("DVBase(@" + hex(&stackVBase) + ")",
               bytes(stackVBase.asDebugInfo()));
-    DBase const& base = stackVBase;
     EXPECT_EQ("DBase(@" + hex(&base) + ")", bytes(base.asDebugInfo()));
   }
 }
@@ -243,8 +215,7 @@ DTEST_CHILD(I18NState) {
 
 TEST(DStringI18N, EnvironmentValues) {
   std::pair<char const*, int> const cases[] = {
-      {"ON", 1},  {"on", 1}, {"oN", 1}, {"ONE", 0},  {"", 0},
-      {"on ", 0}, {"of", 0}, {"1", 0},  {nullptr, 0}}; // null: unset
+      {"oN", 1}, {"ONE", 0}, {"", 0}, {"on ", 0}, {"of", 0}, {nullptr, 0}};
   for (auto const& [value, want] : cases) {
     SCOPED_TRACE(value ? value : "(unset)");
     std::vector<std::pair<string, string>> set = {

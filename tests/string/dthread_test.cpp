@@ -14,10 +14,8 @@
 
 namespace {
 
-#if defined(__GNUC__)
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
-#endif
 // Counts reports written on several threads at once.
 class CountingTrace : public DException::TraceFn {
 public:
@@ -25,36 +23,23 @@ public:
   void exceptionLogged() override { ++logged; }
   std::atomic<int> logged{0};
 };
-#if defined(__GNUC__)
 #pragma GCC diagnostic pop
-#endif
-
-std::string upper(std::string text) {
-  for (char& c : text)
-    if (c >= 'a' && c <= 'z')
-      c = static_cast<char>(c - 32);
-  return text;
-}
 
 } // namespace
 
 TEST(DStringThreadStress, SharedBuffersKeepExactCounts) {
   std::vector<DString> shared;
   std::vector<std::string> texts;
-  for (int i = 0; i < 6; ++i) {
-    texts.push_back("shared " + std::to_string(i) + std::string(1, '\0') +
-                    "\xE9tail");
-    shared.push_back(dtest::make(texts.back()));
-  }
-  shared.emplace_back(); // the default empty buffer, shared by every empty
-  texts.emplace_back();
   std::vector<unsigned int> counts;
-  for (DString const& s : shared)
-    counts.push_back(s.buffer()->useCount());
+  for (int i = 0; i <= 6; ++i) { // the last: the default empty buffer
+    texts.push_back(i == 6 ? ""
+                           : "shared " + std::to_string(i) + '\0' + "\xE9tail");
+    shared.push_back(dtest::make(texts.back()));
+    counts.push_back(shared.back().buffer()->useCount());
+  }
   std::new_handler const handler = std::get_new_handler();
   CountingTrace trace;
   DException::TraceFn* const previous = DException::setTraceFunction(trace);
-  std::vector<std::atomic<DBuffer*>> mailbox(16);
   std::atomic<bool> stop{false};
   std::atomic<int> faults{0}, caught{0};
   std::vector<std::thread> workers;
@@ -63,34 +48,24 @@ TEST(DStringThreadStress, SharedBuffersKeepExactCounts) {
       std::vector<DString> mine(8);
       for (std::size_t k = t; !stop.load(std::memory_order_relaxed); ++k) {
         std::size_t const i = k % shared.size();
-        std::string const& want = texts[i];
         DString copy(shared[i]);
         DString& slot = mine[k % mine.size()];
         slot = copy;
         DString edited(slot);
-        edited.upperCase(); // copy on write
-        bool bad = dtest::bytes(edited) != upper(want);
+        edited.upperCase().lowerCase(); // copy on write
         edited.insert("<>", 2, 1).remove(2, 2);
         // Inserting behind byte 1 of an empty text pads it with a blank.
-        bad |= dtest::bytes(edited) != (want.empty() ? " " : upper(want));
-        bad |= dtest::bytes(copy) != want || dtest::bytes(slot) != want;
+        faults += dtest::bytes(edited) != (i == 6 ? " " : texts[i]) ||
+                  dtest::bytes(copy) != texts[i] ||
+                  dtest::bytes(slot) != texts[i];
         mine[(k + 3) % mine.size()] = copy + slot; // drops an old buffer
         copy = edited;                             // the last owner frees
-        // A buffer made here, freed by whichever thread takes it next.
-        DString made(shared[i]);
-        made.insert("#", 1, 0);
-        made.buffer()->addRef();
-        if (DBuffer* taken = mailbox[k % 16].exchange(made.buffer())) {
-          bad |= taken->contents()[0] != '#';
-          taken->removeRef();
-        }
         if (k % 64 == 0)
           try {
             (void)static_cast<DString const&>(shared[0])[100u];
           } catch (DInvalidRequest const&) {
             ++caught;
           }
-        faults += bad;
       }
     });
   std::this_thread::sleep_for(std::chrono::milliseconds(600));
@@ -98,9 +73,6 @@ TEST(DStringThreadStress, SharedBuffersKeepExactCounts) {
   for (std::thread& w : workers)
     w.join();
   DException::setTraceFunction(*previous);
-  for (auto& m : mailbox)
-    if (DBuffer* left = m.exchange(nullptr))
-      left->removeRef();
   EXPECT_EQ(0, faults.load());
   EXPECT_GT(caught.load(), 0);
   EXPECT_EQ(caught.load(), trace.logged.load());
@@ -123,15 +95,12 @@ TEST(DStringThreadCopyOnWrite, WriteAfterOtherThreadsLetGo) {
     std::atomic<int> released{0};
     std::string seen[2];
     std::vector<std::thread> holders;
-    for (std::string& s : seen) {
-      auto* copy = new DString(owner);
-      holders.emplace_back([copy, &released, &s] {
-        DString again(*copy);
-        s = dtest::bytes(again);
+    for (std::string& s : seen)
+      holders.emplace_back([copy = new DString(owner), &released, &s] {
+        s = dtest::bytes(DString(*copy));
         delete copy;
         released.fetch_add(1, std::memory_order_relaxed);
       });
-    }
     while (released.load(std::memory_order_relaxed) != 2)
       std::this_thread::yield();
     owner[1u] = 'X'; // count 1 by now: written in place
@@ -139,8 +108,7 @@ TEST(DStringThreadCopyOnWrite, WriteAfterOtherThreadsLetGo) {
       t.join();
     EXPECT_EQ("X" + text.substr(1), dtest::bytes(owner));
     EXPECT_EQ(1u, owner.buffer()->useCount());
-    EXPECT_EQ(text, seen[0]);
-    EXPECT_EQ(text, seen[1]);
+    EXPECT_EQ(seen[0] + seen[1], text + text);
   }
 }
 

@@ -50,55 +50,39 @@ inline bool isBlank(char c) {
 //===--- Searches (1-based positions, 0 for none) ------------------------===//
 
 inline u32 indexOf(std::string const& t, std::string const& p, u32 start) {
-  if (p.empty())
-    return 0;
-  for (std::size_t pos = start == 0 ? 1 : start; pos + p.size() - 1 <= t.size();
-       ++pos)
-    if (t.compare(pos - 1, p.size(), p) == 0)
-      return static_cast<u32>(pos);
-  return 0;
+  std::size_t const at = t.find(p, start == 0 ? 0 : start - 1);
+  return p.empty() || at == std::string::npos ? 0 : static_cast<u32>(at + 1);
 }
 
 inline u32 lastIndexOf(std::string const& t, std::string const& p, u32 start) {
-  std::size_t const n = t.size();
-  if (p.empty() || p.size() > n || start == 0)
+  if (p.empty() || p.size() > t.size() || start == 0)
     return 0;
-  std::size_t const s =
-      std::min<std::size_t>(std::min<std::size_t>(start, n), n - p.size() + 1);
-  for (std::size_t pos = s; pos >= 1; --pos)
-    if (t.compare(pos - 1, p.size(), p) == 0)
-      return static_cast<u32>(pos);
-  return 0;
+  std::size_t const at = t.rfind(p, std::min<std::size_t>(start, t.size()) - 1);
+  return at == std::string::npos ? 0 : static_cast<u32>(at + 1);
 }
 
-/// Forward scan for a byte with \p member; an empty set answers the start
-/// (when \p emptySetAnswer) or 0.
+/// Forward and backward scans for a byte with \p member; an empty set
+/// answers the (clamped) start when \p emptySetAnswer, else 0.
 template <class Member>
 u32 forward(std::string const& t, u32 start, bool emptySetAnswer, bool setEmpty,
             Member member) {
-  std::size_t const s = start == 0 ? 1 : start;
-  if (s > t.size())
-    return 0;
-  if (setEmpty)
-    return emptySetAnswer ? static_cast<u32>(s) : 0;
-  for (std::size_t pos = s; pos <= t.size(); ++pos)
-    if (member(t[pos - 1]))
-      return static_cast<u32>(pos);
-  return 0;
+  std::size_t pos = start == 0 ? 1 : start;
+  if (pos > t.size() || setEmpty)
+    return pos <= t.size() && emptySetAnswer ? static_cast<u32>(pos) : 0;
+  while (pos <= t.size() && !member(t[pos - 1]))
+    ++pos;
+  return pos <= t.size() ? static_cast<u32>(pos) : 0;
 }
 
 template <class Member>
 u32 backward(std::string const& t, u32 start, bool emptySetAnswer,
              bool setEmpty, Member member) {
-  if (t.empty() || start == 0)
-    return 0;
-  std::size_t const s = std::min<std::size_t>(start, t.size());
-  if (setEmpty)
-    return emptySetAnswer ? static_cast<u32>(s) : 0;
-  for (std::size_t pos = s; pos >= 1; --pos)
-    if (member(t[pos - 1]))
-      return static_cast<u32>(pos);
-  return 0;
+  std::size_t pos = std::min<std::size_t>(start, t.size());
+  if (pos == 0 || setEmpty)
+    return emptySetAnswer ? static_cast<u32>(pos) : 0;
+  while (pos >= 1 && !member(t[pos - 1]))
+    --pos;
+  return static_cast<u32>(pos);
 }
 
 /// Non-overlapping occurrences of \p p from \p start.
@@ -207,32 +191,23 @@ inline bool like(std::string const& p, std::string const& t, char anyString,
 
 //===--- Radix conversions (invalid input gives "") -----------------------===//
 
-inline int hexValue(char c) {
-  if (c >= '0' && c <= '9')
-    return c - '0';
-  if (c >= 'a' && c <= 'f')
-    return c - 'a' + 10;
-  return c >= 'A' && c <= 'F' ? c - 'A' + 10 : -1;
-}
-
 inline std::string c2x(std::string const& t) {
   std::string out;
-  for (unsigned char b : t) {
-    out.push_back("0123456789ABCDEF"[b >> 4]);
-    out.push_back("0123456789ABCDEF"[b & 15]);
-  }
+  for (unsigned char b : t)
+    out += {"0123456789ABCDEF"[b >> 4], "0123456789ABCDEF"[b & 15]};
   return out;
 }
 
 inline std::string x2c(std::string t) {
-  for (char c : t)
-    if (hexValue(c) < 0)
-      return std::string();
+  std::string const digits = "0123456789abcdef0123456789ABCDEF";
+  if (t.find_first_not_of(digits) != std::string::npos)
+    return std::string();
   if (t.size() % 2 != 0)
     t.insert(t.begin(), '0');
   std::string out;
   for (std::size_t i = 0; i < t.size(); i += 2)
-    out.push_back(static_cast<char>(hexValue(t[i]) * 16 + hexValue(t[i + 1])));
+    out.push_back(static_cast<char>(digits.find(t[i]) % 16 * 16 +
+                                    digits.find(t[i + 1]) % 16));
   return out;
 }
 
@@ -263,11 +238,8 @@ inline std::string b2c(std::string t) {
 
 /// Decimal digits to the shortest big-endian byte string (at least one).
 inline std::string d2c(std::string const& t) {
-  for (char c : t)
-    if (c < '0' || c > '9')
-      return std::string();
-  if (t.empty())
-    return t;
+  if (t.empty() || t.find_first_not_of("0123456789") != std::string::npos)
+    return std::string();
   std::vector<unsigned> number{0}; // big-endian bytes
   for (char c : t) {
     unsigned carry = static_cast<unsigned>(c - '0');
