@@ -1,12 +1,10 @@
 // Buffer comparison: bytes with fgI18NState 0, the collation walk over
 // NUL-separated segments with 1, for the single-byte buffer (suite
 // DBufferCompare, C locale) and the multibyte one (MbBufferCompare, the
-// multibyte locales); the collation error; and copies for the collation
-// that cannot be made. strcoll is interposed so that the walk's segments
-// can be observed and a collation error produced.
+// multibyte locales), and the collation error. strcoll is interposed so
+// that the walk's segments can be observed and an error produced.
 #include "dbuffer.hpp"
 #include "dstring.hpp"
-#include "dtest_child.hpp"
 #include "dtest_support.hpp"
 
 #include <cerrno>
@@ -159,55 +157,4 @@ TEST(DBufferCompare, CollationErrorIsReported) {
   errno = ENOENT;
   EXPECT_EQ(0u, s.buffer()->compare("abc", 3));
   EXPECT_EQ(1, trace.logged);
-}
-
-namespace {
-
-// With fgI18NState 1 compare() works on NUL-terminated copies (and, for
-// multibyte text, wide arrays). When they cannot be allocated the answer is
-// 2 (before): no exception, no errno taken for a collation error, no
-// out-of-memory report. Where memory is needed for the caller's result,
-// the library's out-of-memory path still runs.
-void collationWithoutMemory() {
-  if (!dtest::allocationsCanFail())
-    GTEST_SKIP() << "another allocator replaced the test program's";
-  dtest::I18NState const collation(1);
-  string const tail(4000, 'x'); // the copies fail, a report would fit
-  std::pair<string, string> const cases[] = {
-      {"b" + tail, "a" + tail},
-      {"a" + tail, "a" + tail + "y"},
-      {"a" + z + "b" + tail, "a" + z + "a" + tail}};
-  dtest::RecordingTrace trace;
-  for (auto const& [mine, other] : cases) {
-    DString const s = make(mine);
-    unsigned int const normally =
-        s.buffer()->compare(other.data(), dtest::len(other));
-    unsigned int answer = 99;
-    dtest::failAllocationsFrom(mine.size() / 2);
-    try {
-      answer = s.buffer()->compare(other.data(), dtest::len(other));
-    } catch (...) {
-    }
-    dtest::failAllocationsFrom(0);
-    EXPECT_EQ(2u, answer) << mine.substr(0, 3);
-    EXPECT_EQ(normally, s.buffer()->compare(other.data(), dtest::len(other)));
-  }
-  EXPECT_EQ(0, trace.logged);
-  EXPECT_TRUE(trace.lines.empty());
-  DString s = make(tail);
-  dtest::failAllocationsFrom(tail.size() / 2);
-  EXPECT_THROW(s.insert("b", 1, 1), DOutOfMemory);
-  dtest::failAllocationsFrom(0);
-  EXPECT_EQ(1, trace.logged);
-  EXPECT_EQ(tail, dtest::bytes(s));
-}
-
-} // namespace
-
-TEST(DBufferCompare, CollationWithoutMemory) {
-  collationWithoutMemory();
-}
-
-TEST(MbBufferCompare, CollationWithoutMemory) {
-  collationWithoutMemory();
 }

@@ -75,8 +75,6 @@ std::vector<Row> const rows = {
     // the very text edited.
     {"aZ09\xE0\xE9z", B(b->upperCase()), "AZ09\xE0\xE9Z", inPlace},
     {"Az\xC0Z", B(b->lowerCase()), "az\xC0z", inPlace},
-    {"abab", B(b->translate("aa", 2, "12", 2, '*')), "1b1b", inPlace},
-    {"abcd", B(b->translate("ab", 2, "X", 1, '*')), "X*cd", inPlace},
     {"abcba", B(b->translate(b->contents(), 2, b->contents() + 1, 2, '*')),
      "bcccb", inPlace},
     {"xxabxx", B(b->strip("x", 1, DStringEnum::StripMode(7))), "ab", fresh},
@@ -86,8 +84,6 @@ std::vector<Row> const rows = {
     {"aa", B(b->reverse()), "aa", inPlace},
     {"a", B(b->reverse()), "a"},
     {"abcd", B(b->overlayWith("", 0, 2, '.')), "abcd"},
-    {"abcd", B(b->overlayWith("", 0, 7, '.')), "abcd..", fresh},
-    {"abc", B(b->insert("", 0, 5, '.')), "abc..", fresh},
     {"abcdef", B(b->remove(2, 0)), "abcdef", fresh},
     {"abc", B(b->leftJustify(3, '.')), "abc"},
     {"abcde", B(b->center(5, '.')), "abcde"},
@@ -113,8 +109,6 @@ std::vector<Row> const rows = {
     {"abc", E(s.rightJustify(5).leftJustify(7).center(9)), "   abc   ", fresh},
     {"abc", E(s.insert(D("X")).overlayWith(D("YZ"))), "YZbc", fresh},
     {"YZbc", E(s.strip(D("Yc")).translate("Z", 1, "", 0)), " b", fresh},
-    {"abcabc", T(D::remove(s, 4, 3)), "abc"},
-    {"abcabc", T(D::change(s, "bc", "X", 1, 1)), "aXabc"},
     {"abcabc", T(D::change(s, "bc", nullptr)), "aa"},
     {string("abc\0d", 5), T(D::change(s, D(string("c\0", 2)), D("-"))), "ab-d"},
     // Concatenation: an empty piece keeps the buffer; the text appended
@@ -138,7 +132,6 @@ std::vector<Row> const rows = {
     {"abcabc", Q(s.lastIndexOfAnyBut(D("ab")) * 10 + s.indexOfAnyBut(D("ab"))),
      "63"},
     {"xyzzyeq", Q(s.indexOf(vowel) * 10 + s.lastIndexOf(vowel)), "66"},
-    {"aaaaa", Q(s.occurrencesOf('a', 2)), "4"},
     {"abc", Q(s.subString(2, 0).buffer() == DBuffer::defaultBuffer()), "1"},
     // isLike and isAbbrevFor beyond the generated patterns.
     {"abc", Q(s.isLike(D("a?*")) && s.isLike(D("a%"), '%', '_')), "1"},
@@ -309,26 +302,28 @@ private:
 // The direct members lend the handle's own reference to the buffer, the
 // guarded ones one more; a raising buffer leaves the handle as it was.
 TEST(DStringEdit, DirectAndGuardedProtocols) {
-  std::pair<std::function<void(D&)>, bool> const members[] = {
-      {[](D& s) { s.upperCase(); }, true},
-      {[](D& s) { s.translate("a", 1, "b", 1); }, true},
-      {[](D& s) { s.strip("x", 1); }, true},
-      {[](D& s) { s.strip(DStringTest(::isspace), DStringEnum::both); }, true},
-      {[](D& s) { s.strip(); }, true},
-      {[](D& s) { s.lowerCase(); }, false},
-      {[](D& s) { s.reverse(); }, false},
-      {[](D& s) { s.overlayWith("x", 1, 1); }, false},
-      {[](D& s) { s.insert("x", 1, 1); }, false},
-      {[](D& s) { s.remove(1, 1); }, false},
-      {[](D& s) { s.remove(2); }, false},
-      {[](D& s) { s.leftJustify(3); }, false}, // no shortcut here
-      {[](D& s) { s.rightJustify(5); }, false},
-      {[](D& s) { s.center(5); }, false},
-      {[](D& s) { s.copy(2); }, false},
-      {[](D& s) { s.change("a", 1, "b", 1); }, false}};
+  // The first five are direct.
+  void (*const members[])(D&) = {
+      [](D& s) { s.upperCase(); },
+      [](D& s) { s.translate("a", 1, "b", 1); },
+      [](D& s) { s.strip("x", 1); },
+      [](D& s) { s.strip(DStringTest(::isspace), DStringEnum::both); },
+      [](D& s) { s.strip(); },
+      [](D& s) { s.lowerCase(); },
+      [](D& s) { s.reverse(); },
+      [](D& s) { s.overlayWith("x", 1, 1); },
+      [](D& s) { s.insert("x", 1, 1); },
+      [](D& s) { s.remove(1, 1); },
+      [](D& s) { s.remove(2); },
+      [](D& s) { s.leftJustify(3); },
+      [](D& s) { s.rightJustify(5); },
+      [](D& s) { s.center(5); },
+      [](D& s) { s.copy(2); },
+      [](D& s) { s.change("a", 1, "b", 1); }};
   dtest::RecordingTrace trace;
   for (std::size_t i = 0; i < std::size(members); ++i) {
-    auto const& [call, direct] = members[i];
+    auto const call = members[i];
+    bool const direct = i < 5;
     SCOPED_TRACE(i);
     D s = ProbeBuffer::make("abc");
     DBuffer* const b = s.buffer();

@@ -84,34 +84,6 @@ TEST(DStringThreadStress, SharedBuffersKeepExactCounts) {
   EXPECT_EQ(0, __atomic_load_n(&DBuffer::refGuard, __ATOMIC_ACQUIRE));
 }
 
-// Holders on other threads read their copies and let go, then the owner
-// writes through operator[]. The flag between the threads is relaxed on
-// purpose: only the count lock orders the owner's in-place write after the
-// holders' reads (ThreadSanitizer reports the race otherwise).
-TEST(DStringThreadCopyOnWrite, WriteAfterOtherThreadsLetGo) {
-  std::string const text = "copy on write across threads";
-  for (int round = 0; round < 100; ++round) {
-    DString owner = dtest::make(text);
-    std::atomic<int> released{0};
-    std::string seen[2];
-    std::vector<std::thread> holders;
-    for (std::string& s : seen)
-      holders.emplace_back([copy = new DString(owner), &released, &s] {
-        s = dtest::bytes(DString(*copy));
-        delete copy;
-        released.fetch_add(1, std::memory_order_relaxed);
-      });
-    while (released.load(std::memory_order_relaxed) != 2)
-      std::this_thread::yield();
-    owner[1u] = 'X'; // count 1 by now: written in place
-    for (std::thread& t : holders)
-      t.join();
-    EXPECT_EQ("X" + text.substr(1), dtest::bytes(owner));
-    EXPECT_EQ(1u, owner.buffer()->useCount());
-    EXPECT_EQ(seen[0] + seen[1], text + text);
-  }
-}
-
 // The switch from plain count changes to the locked ones: strings made
 // before the first thread is started and shared with it while this thread
 // keeps copying, and a buffer made by a thread that has ended and freed
