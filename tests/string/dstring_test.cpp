@@ -9,7 +9,6 @@
 #include "dtest_support.hpp"
 
 #include <climits>
-#include <cstdio>
 #include <cstring>
 #include <functional>
 #include <sstream>
@@ -20,6 +19,7 @@ using std::string;
 TEST(DStringConstruct, ValuesTextsAndPieces) {
   unsigned char const utext[] = {0xC3, 0xA9, 0};
   signed char const stext[] = {'a', 'b', 0};
+  // A text ends at its first NUL.
   std::pair<DString, string> const rows[] = {
       {DString(-5), "-5"},
       {DString(static_cast<unsigned short>(65535)), "65535"},
@@ -33,13 +33,12 @@ TEST(DStringConstruct, ValuesTextsAndPieces) {
       {DString(static_cast<unsigned char>(0xE9)), "\xE9"},
       {DString(utext), "\xC3\xA9"},
       {DString(stext), "ab"},
-      {DString("ab\0cd"), "ab"}, // a text ends at its first NUL
+      {DString("ab\0cd"), "ab"},
       {DString(static_cast<void const*>(nullptr), 3, '*'), "***"},
       {DString("ab", 2, nullptr, 2, '-'), "ab--"},
       {DString("a", 1, nullptr, 2, "bc", 2, '.'), "a..bc"},
       {DString("a\0b", 3), string("a\0b", 3)},
-      {DString(std::string_view("x\0y", 3)), string("x\0y", 3)},
-  };
+      {DString(std::string_view("x\0y", 3)), string("x\0y", 3)}};
   for (auto const& [value, want] : rows)
     EXPECT_EQ(want + '\0',
               string(static_cast<char const*>(value), value.length() + 1));
@@ -166,24 +165,6 @@ TEST(DStringDebug, Descriptions) {
   EXPECT_EQ("DString(@" + at(&t24) + ",pBuffer->DBuffer(@" + at(t24.buffer()) +
                 ",refs=1,len=24,data=[abcdefghij...opqrstuvwx]))",
             bytes(t24.asDebugInfo()));
-  // The root classes: the address as the shortest even run of upper-case
-  // hex digits, for a DVBase the DBase form naming its subobject.
-  auto hex = [](void const* p) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%lX", reinterpret_cast<unsigned long>(p));
-    return std::strlen(text) % 2 ? "0" + string(text) : string(text);
-  };
-  static DBase const staticBase;
-  DVBase const stackVBase;
-  DBase const& base = stackVBase;
-  for (int flag : {0, 1}) {
-    dtest::I18NState state(flag);
-    EXPECT_EQ("DBase(@" + hex(&staticBase) + ")",
-              bytes(staticBase.asDebugInfo()));
-    EXPECT_EQ("DVBase(@" + hex(&stackVBase) + ")",
-              bytes(stackVBase.asDebugInfo()));
-    EXPECT_EQ("DBase(@" + hex(&base) + ")", bytes(base.asDebugInfo()));
-  }
 }
 
 //===--- KOVRA_I18N -------------------------------------------------------===//
