@@ -1,12 +1,12 @@
-// Buffer comparison: bytes with fgI18NState 0, the collation walk over
-// NUL-separated segments with 1, for the single-byte buffer (suite
-// DBufferCompare, C locale) and the multibyte one (MbBufferCompare, the
-// multibyte locales), and the collation error. strcoll is interposed so
-// that the walk's segments can be observed and an error produced.
+// Buffer comparison (single-byte: DBufferCompare, multibyte: MbBufferCompare):
+// bytes with fgI18NState 0, with 1 the collation walk over NUL-separated
+// segments, seen through an interposed strcoll, and its errors.
 #include "dbuffer.hpp"
 #include "dstring.hpp"
+#include "dtest_child.hpp"
 #include "dtest_support.hpp"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <dlfcn.h>
@@ -133,28 +133,76 @@ TEST(MbBufferCompare, Table) {
   compareTable(true);
 }
 
+// An errno left over from before the call is not a collation error, also
+// when the walk decides without calling strcoll.
 TEST(DBufferCompare, CollationErrorIsReported) {
   dtest::I18NState const collation(1);
   dtest::RecordingTrace trace;
   DString const s("abc");
   collationErrno = EINVAL;
-  try {
-    s.buffer()->compare("abd", 3);
-    ADD_FAILURE() << "no exception";
-  } catch (DInvalidRequest const& e) {
-    EXPECT_EQ(EINVAL, static_cast<int>(e.errorId()));
-    EXPECT_TRUE(e.isRecoverable());
-    EXPECT_EQ("strcoll errno = " + std::to_string(EINVAL) + "\n", e.text());
-    ASSERT_EQ(1ul, e.locationCount());
-    EXPECT_STREQ("dbuffer2", e.locationAtIndex(0)->fileName());
-    EXPECT_EQ(247ul, e.locationAtIndex(0)->lineNumber());
-  }
+  EXPECT_DEXCEPTION(s.buffer()->compare("abd", 3), DInvalidRequest, EINVAL,
+                    true, "dbuffer2", 247);
   collationErrno = 0;
-  // An errno left over from before the call is not a collation error, also
-  // when the walk decides without calling strcoll.
+  string const text = "strcoll errno = " + std::to_string(EINVAL);
+  EXPECT_TRUE(
+      std::any_of(trace.lines.begin(), trace.lines.end(),
+                  [&](string const& l) { return l.find(text) != l.npos; }));
   errno = ENOENT;
   EXPECT_EQ(1u, s.buffer()->compare("\0bc", 3));
   errno = ENOENT;
   EXPECT_EQ(0u, s.buffer()->compare("abc", 3));
   EXPECT_EQ(1, trace.logged);
+}
+
+namespace {
+
+// With fgI18NState 1 compare() works on NUL-terminated copies (and, for
+// multibyte text, wide arrays). When they cannot be allocated the answer is
+// 2 (before): no exception, no errno taken for a collation error, no
+// out-of-memory report.
+void collationWithoutMemory() {
+  if (!dtest::allocationsCanFail())
+    GTEST_SKIP() << "another allocator replaced the test program's";
+  dtest::I18NState const collation(1);
+  std::string const tail(4000, 'x'); // the copies fail, a report would fit
+  std::pair<std::string, std::string> const cases[] = {
+      {"b" + tail, "a" + tail},
+      {"a" + tail, "a" + tail + "y"},
+      {"a" + std::string(1, '\0') + "b" + tail, std::string("a\0a", 3) + tail}};
+  dtest::RecordingTrace trace;
+  for (auto const& [mine, other] : cases) {
+    DString const s = dtest::make(mine);
+    unsigned int const normally =
+        s.buffer()->compare(other.data(), dtest::len(other));
+    unsigned int answer = 99;
+    dtest::failAllocationsFrom(mine.size() / 2);
+    try {
+      answer = s.buffer()->compare(other.data(), dtest::len(other));
+    } catch (...) {
+    }
+    dtest::failAllocationsFrom(0);
+    EXPECT_EQ(2u, answer) << mine.substr(0, 3);
+    EXPECT_EQ(normally, s.buffer()->compare(other.data(), dtest::len(other)));
+  }
+  EXPECT_EQ(0, trace.logged);
+  EXPECT_TRUE(trace.lines.empty());
+  // Where memory is needed for the caller's result, the library's
+  // out-of-memory path runs (reported once) and the handle
+  // keeps its text.
+  DString s = dtest::make(tail);
+  dtest::failAllocationsFrom(tail.size() / 2);
+  EXPECT_THROW(s.insert("b", 1, 1), DOutOfMemory);
+  dtest::failAllocationsFrom(0);
+  EXPECT_EQ(1, trace.logged);
+  EXPECT_EQ(tail, dtest::bytes(s));
+}
+
+} // namespace
+
+TEST(DBufferCompare, CollationWithoutMemory) {
+  collationWithoutMemory();
+}
+
+TEST(MbBufferCompare, CollationWithoutMemory) {
+  collationWithoutMemory();
 }

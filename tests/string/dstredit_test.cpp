@@ -1,12 +1,7 @@
-// The quirks and boundaries of the single-byte operations that generated
-// inputs rarely reach, one row each (fuzz_sbcs and fuzz_radix check the
-// operations against the models). Every row runs on a handle holding its
-// buffer alone and on one sharing it, in both values of fgI18NState; the
-// checker verifies the answer (for a row that raises: the exception, its id
-// and location, reported once), the NUL behind the text, which buffer the
-// handle ends up with, the counts, and that the sharing handle kept its
-// text. Then the calling protocol of the editing members and the handle's
-// shortcuts, seen through a buffer class of its own.
+// The quirks and bounds of the single-byte operations that the fuzz models
+// rarely reach, one row each, run on a handle alone and sharing its buffer
+// in both values of fgI18NState: the answer (or exception, id, location),
+// the NUL behind, which buffer the handle ends up with, and the counts.
 #include "dstring.hpp"
 #include "dtest_support.hpp"
 
@@ -236,18 +231,12 @@ TEST(DStringEdit, QuirkTable) {
 
 namespace {
 
-// A buffer class of its own: its editing slots record the count they see
-// and hand back the receiver or raise 1010; with the flag off x2c asks its
-// isHexDigits (no); it counts its deletions. Its searches and compare
-// answer what DBuffer never would, so a handle shortcut that skipped them
-// shows. No data members: the text stays right behind the DBuffer header.
-int seenCount = -1, deleted = 0;
-bool raises = false;
-
+// Slots that answer what DBuffer never would, so a handle shortcut for plain
+// buffers that skipped them shows. No data members: the text stays right
+// behind the DBuffer header.
 class ProbeBuffer : public DBuffer {
 public:
   explicit ProbeBuffer(unsigned int n) : DBuffer(n) {}
-  ~ProbeBuffer() override { ++deleted; }
   static D make(char const* text) {
     auto const n = static_cast<unsigned int>(std::strlen(text));
     auto* b =
@@ -255,9 +244,6 @@ public:
     std::memcpy(b->contents(), text, n);
     return D(static_cast<DBuffer*>(b));
   }
-  bool isHexDigits() const override { return false; }
-  // Every text is ordered after every other, itself included; one-byte
-  // patterns are "found" at 77; no separator is ever found.
   unsigned int compare(void const*, unsigned int) const override { return 1; }
   unsigned int indexOf(char const* pattern, unsigned int length,
                        unsigned int start) const override {
@@ -267,31 +253,8 @@ public:
                             unsigned int) const override {
     return 0;
   }
-#define PROBE(...)                                                             \
-  DBuffer* __VA_ARGS__ override {                                              \
-    return probe();                                                            \
-  }
-  PROBE(center(unsigned int, char))
-  PROBE(change(char const*, unsigned int, char const*, unsigned int,
-               unsigned int, unsigned int))
-  PROBE(copy(unsigned int))
-  PROBE(insert(char const*, unsigned int, unsigned int, char))
-  PROBE(leftJustify(unsigned int, char))
-  PROBE(lowerCase())
-  PROBE(overlayWith(char const*, unsigned int, unsigned int, char))
-  PROBE(remove(unsigned int, unsigned int))
-  PROBE(reverse())
-  PROBE(rightJustify(unsigned int, char))
-  PROBE(strip(char const*, unsigned int, DStringEnum::StripMode))
-  PROBE(strip(DStringTest const&, DStringEnum::StripMode))
-  PROBE(translate(char const*, unsigned int, char const*, unsigned int, char))
-  PROBE(upperCase())
-
-private:
-  DBuffer* probe() {
-    seenCount = static_cast<int>(useCount());
-    if (raises)
-      DBuffer::overflow();
+  bool isHexDigits() const override { return false; }
+  DBuffer* upperCase() override {
     addRef();
     return this;
   }
@@ -299,95 +262,21 @@ private:
 
 } // namespace
 
-// The direct members lend the handle's own reference to the buffer, the
-// guarded ones one more; a raising buffer leaves the handle as it was.
-TEST(DStringEdit, DirectAndGuardedProtocols) {
-  // The first five are direct.
-  void (*const members[])(D&) = {
-      [](D& s) { s.upperCase(); },
-      [](D& s) { s.translate("a", 1, "b", 1); },
-      [](D& s) { s.strip("x", 1); },
-      [](D& s) { s.strip(DStringTest(::isspace), DStringEnum::both); },
-      [](D& s) { s.strip(); },
-      [](D& s) { s.lowerCase(); },
-      [](D& s) { s.reverse(); },
-      [](D& s) { s.overlayWith("x", 1, 1); },
-      [](D& s) { s.insert("x", 1, 1); },
-      [](D& s) { s.remove(1, 1); },
-      [](D& s) { s.remove(2); },
-      [](D& s) { s.leftJustify(3); },
-      [](D& s) { s.rightJustify(5); },
-      [](D& s) { s.center(5); },
-      [](D& s) { s.copy(2); },
-      [](D& s) { s.change("a", 1, "b", 1); }};
-  dtest::RecordingTrace trace;
-  for (std::size_t i = 0; i < std::size(members); ++i) {
-    auto const call = members[i];
-    bool const direct = i < 5;
-    SCOPED_TRACE(i);
-    D s = ProbeBuffer::make("abc");
-    DBuffer* const b = s.buffer();
-    for (unsigned int shared : {0u, 1u}) {
-      D const other(shared ? s : D());
-      seenCount = -1;
-      call(s);
-      EXPECT_EQ((direct ? 1 : 2) + static_cast<int>(shared), seenCount);
-      EXPECT_EQ(b, s.buffer());
-      EXPECT_EQ(1 + shared, b->useCount());
-    }
-    raises = true;
-    EXPECT_DEXCEPTION(call(s), DInvalidRequest, 1010, true, "dbuffer0", 561);
-    raises = false;
-    EXPECT_EQ(b, s.buffer());
-    EXPECT_EQ(1u, b->useCount());
-    EXPECT_EQ("abc", bytes(s));
-  }
-  // Shortcuts of the handle that never reach the buffer.
-  D r = ProbeBuffer::make("abc");
-  seenCount = -1;
-  r.rightJustify(3).remove(9, 1).remove(1, 0);
-  EXPECT_EQ(-1, seenCount);
-  deleted = 0;
-  for (int flag : {0, 1}) {
-    dtest::I18NState state(flag);
-    D s = ProbeBuffer::make("0a");
-    D const kept(s);
-    s.x2c(); // flag 1 tests the bytes with isxdigit whatever the buffer says
-    EXPECT_EQ(flag ? string("\x0A") : "", bytes(s));
-    EXPECT_EQ(flag, deleted);
-  }
-  EXPECT_EQ(2, deleted);
-  // The handle's shortcuts for a plain DBuffer ask a derived one's slots.
+TEST(DStringEdit, DerivedBufferSlotsAreAsked) {
   for (int flag : {0, 1}) {
     dtest::I18NState state(flag);
     D const text = ProbeBuffer::make("ab  cd"),
-            twin = ProbeBuffer::make("ab  cd");
-    D spaced(text);
+            twin(ProbeBuffer::make("ab  cd"));
+    D spaced(text), upper = ProbeBuffer::make("ab"),
+                    hex = ProbeBuffer::make("0a");
     spaced.space(1, '_');
     EXPECT_EQ(77u * 2, text.indexOf('c') + text.indexOf('z', 3));
     EXPECT_TRUE(text != twin && !(text == twin) && !(text == D("ab  cd")));
     EXPECT_EQ(1u, text.numWords());
     EXPECT_EQ("ab  cd", bytes(text.word(1)));
     EXPECT_EQ("ab  cd", bytes(spaced));
-  }
-}
-
-// In the multibyte locales the radix conversions neither split nor reject
-// bytes that are no characters, and the buffer class's own character tests
-// decide what is a digit (fuzz_mb checks words and stream input there).
-TEST(MbStringRadix, BytesAndTheBuffersDigits) {
-  if (MB_CUR_MAX < 2)
-    GTEST_SKIP() << "not a multibyte locale";
-  string const raw = "\xA4\xA2\xE3\x81\x82\x80\xFF";
-  for (int i18n : {0, 1}) {
-    dtest::I18NState state(i18n);
-    D r = make(raw), digits("65535");
-    EXPECT_EQ("A4A2E3818280FF", bytes(r.c2x()));
-    EXPECT_EQ(raw, bytes(r.x2c().c2d().d2c()));
-    EXPECT_EQ(dmodel::c2b(raw), bytes(r.c2b()));
-    for (char const* t : {"\xA4\xA2", "1\xA4\xA2", "\xEF\xBC\x91", "\xFF"})
-      EXPECT_EQ(0u, D(t).d2c().length() + D(t).x2c().length()) << t;
-    EXPECT_EQ("\xFF\xFF", bytes(digits.d2c()));
-    EXPECT_STREQ(D().buffer()->className(), digits.buffer()->className());
+    EXPECT_EQ("ab", bytes(upper.upperCase()));
+    // Flag 1 tests the bytes with isxdigit whatever the buffer says.
+    EXPECT_EQ(flag ? string("\x0A") : "", bytes(hex.x2c()));
   }
 }

@@ -1,8 +1,7 @@
-// Plain reference models of the single-byte string operations, on
-// std::string and written as loops over bytes: searches, change, words and
-// phrases, isLike and the radix conversions. The unit tests and the fuzz
-// targets check the library against these. Also the helpers that make a
-// DString from bytes and read its bytes back. No test framework needed.
+// Plain reference models of the single-byte string operations on
+// std::string: searches, change, words and phrases, isLike and the radix
+// conversions, which the fuzz targets check the library against; and the
+// helpers that make a DString from bytes and read its bytes back.
 #ifndef D_TESTS_DMODELS_HPP
 #define D_TESTS_DMODELS_HPP
 
@@ -118,16 +117,13 @@ inline std::string change(std::string const& t, std::string const& p,
 /// stripped gives "".
 inline std::string strip(std::string const& t, std::string const& set,
                          int mode) {
-  std::size_t first = 0, last = t.size();
-  while (first < last && inSet(t[first], set))
-    ++first;
-  if (first == last)
+  std::size_t const first = t.find_first_not_of(set);
+  if (first == std::string::npos)
     return std::string();
-  while (last > first && inSet(t[last - 1], set))
-    --last;
-  if (mode == 0)
-    return t.substr(first);
-  return mode == 1 ? t.substr(0, last) : t.substr(first, last - first);
+  std::size_t const end = t.find_last_not_of(set) + 1;
+  return mode == 0
+             ? t.substr(first)
+             : t.substr(mode == 1 ? 0 : first, end - (mode == 1 ? 0 : first));
 }
 
 //===--- Words and phrases ------------------------------------------------===//
@@ -139,16 +135,13 @@ struct Word {
 
 inline std::vector<Word> words(std::string const& t) {
   std::vector<Word> out;
-  for (std::size_t i = 0; i < t.size();) {
-    if (isBlank(t[i])) {
-      ++i;
-      continue;
-    }
-    std::size_t j = i;
-    while (j < t.size() && !isBlank(t[j]))
+  for (std::size_t i = 0, j; i < t.size(); i = j) {
+    for (j = i; j < t.size() && !isBlank(t[j]);)
       ++j;
-    out.push_back({i + 1, j - i});
-    i = j;
+    if (j == i)
+      ++j;
+    else
+      out.push_back({i + 1, j - i});
   }
   return out;
 }
@@ -251,10 +244,7 @@ inline std::string d2c(std::string const& t) {
     if (carry != 0)
       number.insert(number.begin(), carry);
   }
-  std::size_t first = 0;
-  while (first + 1 < number.size() && number[first] == 0)
-    ++first;
-  return std::string(number.begin() + static_cast<long>(first), number.end());
+  return std::string(number.begin(), number.end());
 }
 
 /// Big-endian bytes to decimal, by repeated division by ten.
