@@ -106,17 +106,16 @@ void compareTable(bool multibyte) {
     dtest::I18NState const mode(state);
     DString const s("abc");
     DBuffer const* b = s.buffer();
-    EXPECT_EQ(1u, b->compare(nullptr, 0));
-    EXPECT_EQ(1u, DString().buffer()->compare(nullptr, 0));
+    EXPECT_EQ(1u,
+              b->compare(nullptr, 0) * DString().buffer()->compare(nullptr, 0));
     collated.clear();
     recordCollation = true;
     EXPECT_EQ(0u, b->compare(b->contents(), 3)); // itself: no walk
     recordCollation = false;
     EXPECT_TRUE(collated.empty());
-    if (!multibyte) { // its own text with another length is compared
-      EXPECT_EQ(1u, b->compare(b->contents(), 2));
-      EXPECT_EQ(2u, b->compare(b->contents(), 4)); // the NUL behind
-    }
+    // Its own text with another length is compared (the NUL behind).
+    EXPECT_TRUE(multibyte || (b->compare(b->contents(), 2) == 1 &&
+                              b->compare(b->contents(), 4) == 2));
   }
   EXPECT_EQ(0, trace.logged);
 }

@@ -74,15 +74,11 @@ std::vector<Row> const rows = {
      "bcccb", inPlace},
     {"xxabxx", B(b->strip("x", 1, DStringEnum::StripMode(7))), "ab", fresh},
     {"ab", B(b->strip("x", 1, DStringEnum::both)), "ab"},
-    {"  x\t", B(b->strip(space, L)), "x\t", fresh},
     {" \t ", B(b->strip(space, R)), "", fresh},
     {"aa", B(b->reverse()), "aa", inPlace},
-    {"a", B(b->reverse()), "a"},
     {"abcd", B(b->overlayWith("", 0, 2, '.')), "abcd"},
     {"abcdef", B(b->remove(2, 0)), "abcdef", fresh},
-    {"abc", B(b->leftJustify(3, '.')), "abc"},
     {"abcde", B(b->center(5, '.')), "abcde"},
-    {"ab", B(b->copy(1)), "ab"},
     {"aaaaa", B(b->change("aa", 2, "bb", 2, 2, all)), "abbbb", inPlace},
     {"aaaaa", B(b->change("aa", 2, "b", 1, 1, 2)), "bba", fresh},
     {"aaaaa", B(b->change("", 0, "b", 1, 1, 9)), "aaaaa"},
@@ -97,14 +93,12 @@ std::vector<Row> const rows = {
     {"abc", E(s.translate(D("ab"), D("x"))), "x c", inPlace},
     {"ABC", E(s.lowerCase()), "abc", fresh},
     {"abc", E(s.reverse()), "cba", fresh},
-    {"abc", E(s.change(D("b"), D("B"))), "aBc", fresh},
     {"abcdef", E(s.remove(2, 0)), "abcdef"},
     {string(" \0 ", 3), E(s.strip()), string(1, '\0'), fresh},
     // Default arguments, and the static forms, which edit a copy.
     {"abc", E(s.rightJustify(5).leftJustify(7).center(9)), "   abc   ", fresh},
     {"abc", E(s.insert(D("X")).overlayWith(D("YZ"))), "YZbc", fresh},
     {"YZbc", E(s.strip(D("Yc")).translate("Z", 1, "", 0)), " b", fresh},
-    {"abcabc", T(D::change(s, "bc", nullptr)), "aa"},
     {string("abc\0d", 5), T(D::change(s, D(string("c\0", 2)), D("-"))), "ab-d"},
     // Concatenation: an empty piece keeps the buffer; the text appended
     // may lie inside the handle's own text, behind a NUL too.
@@ -118,7 +112,6 @@ std::vector<Row> const rows = {
     {"abc", E(s.applyBitOp("x", 1, D::BitOperator(3))), "abc", inPlace},
     {"abc", E(s &= "", s |= none, s ^= D(), s ^= ""), "abc"},
     {"abcd", E(s ^= static_cast<char const*>(s) + 1), "\3\1\7\6", any},
-    {"abc", Q((none ^ D("\1")).length()), "0"},
     // Indexing: 0 and 1 name the first byte; const access never copies.
     {"xyz", Q(&s[0u] == &s[1u] && &s[0] == &s[1]), "1", inPlace},
     {"xyz", Q(&std::as_const(s)[0u] == &std::as_const(s)[1]), "1"},
@@ -137,7 +130,6 @@ std::vector<Row> const rows = {
      Q(s.isAbbrevFor(D("delete"), 3) * 10 + s.isAbbrevFor(D("delete"), 4)),
      "10"},
     // Words: the arguments of indexOfWord, sums past 32 bits.
-    {"ab cd ef", Q(s.indexOfWord(3, 3, 1)), "7"},
     {"ab cd", Q(s.indexOfWord(3, 1, 1) * 10 + s.indexOfWord(2, 1, 1)), "41"},
     {"ab cd", Q(s.indexOfWord(1, 0, 0) + s.indexOfWord(1, 6, 0)), "0"},
     {"\n a  b\tc d \r\n", T(s.words(2, 0xFFFFFFFEu)), "b\tc d"},
@@ -146,7 +138,6 @@ std::vector<Row> const rows = {
     // findPhrase: any non-zero index type answers words; no wrap.
     {"a b", Q(s.findPhrase(D("b"), 1, D::IndexType(7))), "2"},
     {" q r ", Q(s.findPhrase(s, 1, D::charIndex)), "2"},
-    {"a b", Q(s.findPhrase(D("a"), all, D::wordIndex)), "0"},
     // Radix: the null text of invalid input. The one-step members: flag 0
     // widens on every step, flag 1 only under a non-zero top byte;
     // decimalMath keeps three digits of room.
@@ -155,8 +146,6 @@ std::vector<Row> const rows = {
     {string("\0\x19", 2), E(s.binaryMath(5)), string("\0\xFF", 2), fresh, 1},
     {string("\0\x1A", 2), E(s.binaryMath(0)), "\x01\x04", fresh, 1},
     {"\xFF\xFF", E(s.binaryMath(9)), "\x09\xFF\xFF", fresh, 1},
-    {"", E(s.binaryMath(7)), "\7", fresh},
-    {"01", E(s.decimalMath(255)), "0511", fresh},
     {"00000", E(s.decimalMath(7)), "00007", fresh},
     {"999", E(s.decimalMath(255)), "255999", fresh},
     // Growing at the bounds raises 1010, reported once, before changing

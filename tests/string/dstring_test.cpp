@@ -1,5 +1,5 @@
 // The DString handle: construction, sharing, the length arithmetic and its
-// bounds, debug descriptions and the KOVRA_I18N switch.
+// bounds, debug descriptions.
 #include "dstring.hpp"
 
 #include "string/dstring_p.hpp"
@@ -146,25 +146,4 @@ TEST(DStringDebug, Descriptions) {
   EXPECT_EQ("DString(@" + at(&t24) + ",pBuffer->DBuffer(@" + at(t24.buffer()) +
                 ",refs=1,len=24,data=[abcdefghij...opqrstuvwx]))",
             bytes(t24.asDebugInfo()));
-}
-
-//===--- KOVRA_I18N -------------------------------------------------------===//
-
-// Runs in a child process started by the test below with KOVRA_I18N set.
-DTEST_CHILD(I18NState) {
-  EXPECT_EQ(std::atoi(std::getenv("ZYN_EXPECT_I18N")), DString::fgI18NState);
-}
-
-TEST(DStringI18N, EnvironmentValues) {
-  std::pair<char const*, int> const cases[] = {
-      {"oN", 1}, {"ONE", 0}, {"", 0}, {"on ", 0}, {"of", 0}, {nullptr, 0}};
-  for (auto const& [value, want] : cases) {
-    std::vector<std::pair<string, string>> set = {
-        {"ZYN_EXPECT_I18N", want ? "1" : "0"}};
-    if (value)
-      set.emplace_back("KOVRA_I18N", value);
-    dtest::ChildResult const r = dtest::runChild(
-        "I18NState", set, std::vector<string>(value ? 0 : 1, "KOVRA_I18N"));
-    EXPECT_EQ(0, r.exitCode) << (value ? value : "(unset)") << r.output;
-  }
 }

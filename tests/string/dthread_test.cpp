@@ -1,9 +1,11 @@
 // Threads sharing buffers: the switch from plain count changes to the
-// locked ones, which the ThreadSanitizer lane runs too.
+// locked ones, which the ThreadSanitizer lane runs too; the fresh process
+// also shows the fgI18NState its KOVRA_I18N gave.
 #include "dstring.hpp"
 #include "dtest_child.hpp"
 #include "dtest_support.hpp"
 
+#include <cstdlib>
 #include <sys/single_threaded.h>
 #include <thread>
 
@@ -12,6 +14,7 @@
 // keeps copying, and a buffer made by a thread that has ended and freed
 // here. Runs in a fresh process, which has not started a thread yet.
 DTEST_CHILD(ThreadSwitchOver) {
+  EXPECT_EQ(std::atoi(std::getenv("ZYN_EXPECT_I18N")), DString::fgI18NState);
   if (!__libc_single_threaded) {
 #if defined(__SANITIZE_THREAD__)
     return; // ThreadSanitizer started a thread of its own
@@ -46,7 +49,18 @@ DTEST_CHILD(ThreadSwitchOver) {
   EXPECT_EQ(0, __atomic_load_n(&DBuffer::refGuard, __ATOMIC_ACQUIRE));
 }
 
+// KOVRA_I18N "on" in any case, and nothing else, sets fgI18NState.
 TEST(DStringThreadSwitchOver, FreshProcess) {
-  dtest::ChildResult const r = dtest::runChild("ThreadSwitchOver", {});
-  EXPECT_EQ(0, r.exitCode) << r.output;
+  std::pair<char const*, char const*> const runs[] = {
+      {"oN", "1"}, {"ONE", "0"}, {"on ", "0"}, {"", "0"}, {nullptr, "0"}};
+  for (auto const& [value, want] : runs) {
+    std::vector<std::pair<std::string, std::string>> set = {
+        {"ZYN_EXPECT_I18N", want}};
+    if (value)
+      set.emplace_back("KOVRA_I18N", value);
+    dtest::ChildResult const r =
+        dtest::runChild("ThreadSwitchOver", set,
+                        std::vector<std::string>(value ? 0 : 1, "KOVRA_I18N"));
+    EXPECT_EQ(0, r.exitCode) << (value ? value : "(unset)") << r.output;
+  }
 }
