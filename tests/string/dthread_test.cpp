@@ -1,13 +1,43 @@
-// Threads sharing buffers: the switch from plain count changes to the
-// locked ones, which the ThreadSanitizer lane runs too; the fresh process
-// also shows the fgI18NState its KOVRA_I18N gave.
+// Threads sharing buffers, which the ThreadSanitizer lane runs too: copy on
+// write after other threads let go, and the switch from plain count changes
+// to the locked ones (whose fresh process also shows the fgI18NState its
+// KOVRA_I18N gave).
 #include "dstring.hpp"
 #include "dtest_child.hpp"
 #include "dtest_support.hpp"
 
+#include <atomic>
 #include <cstdlib>
 #include <sys/single_threaded.h>
 #include <thread>
+
+// Holders on other threads read their copies and let go, then the owner
+// writes through operator[]. The flag between the threads is relaxed on
+// purpose: only the count lock orders the owner's in-place write after the
+// holders' reads (ThreadSanitizer reports the race otherwise).
+TEST(DStringThreadCopyOnWrite, WriteAfterOtherThreadsLetGo) {
+  std::string const text = "copy on write across threads";
+  for (int round = 0; round < 100; ++round) {
+    DString owner = dtest::make(text);
+    std::atomic<int> released{0};
+    std::string seen[2];
+    std::vector<std::thread> holders;
+    for (std::string& s : seen)
+      holders.emplace_back([copy = new DString(owner), &released, &s] {
+        s = dtest::bytes(DString(*copy));
+        delete copy;
+        released.fetch_add(1, std::memory_order_relaxed);
+      });
+    while (released.load(std::memory_order_relaxed) != 2)
+      std::this_thread::yield();
+    owner[1u] = 'X'; // count 1 by now: written in place
+    for (std::thread& t : holders)
+      t.join();
+    EXPECT_EQ("X" + text.substr(1), dtest::bytes(owner));
+    EXPECT_EQ(1u, owner.buffer()->useCount());
+    EXPECT_EQ(text + text, seen[0] + seen[1]);
+  }
+}
 
 // The switch from plain count changes to the locked ones: strings made
 // before the first thread is started and shared with it while this thread
