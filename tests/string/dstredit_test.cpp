@@ -52,7 +52,7 @@ string slot(D& s, F f) {
   Op([](D& s) { return slot(s, [](DBuffer* b) { return __VA_ARGS__; }); })
 
 unsigned int const all = 0xFFFFFFFFu;
-auto const L = DStringEnum::leading, R = DStringEnum::trailing;
+auto const R = DStringEnum::trailing;
 DStringTest const space(::isspace);
 char const* const none = nullptr;
 // What a raising row answers: the exception, its id and its location.

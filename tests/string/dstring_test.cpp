@@ -5,7 +5,6 @@
 #include "string/dstring_p.hpp"
 #include "string/dstrradix_p.hpp"
 
-#include "dtest_child.hpp"
 #include "dtest_support.hpp"
 
 #include <climits>
