@@ -1,49 +1,49 @@
-// Fuzz target: single-byte string operations in the C locale, each result
-// checked against the plain models of dmodels.hpp or a loop written here:
-// searches, edits, words, comparisons, isLike, isAbbrevFor, character
-// classes against <ctype.h>, bit operators and indexing past the end. Every
-// edit runs on a handle that holds its buffer alone, shares it with a
-// second one (which must keep its old value), or holds a buffer of a
-// derived class, whose edits take the search-driven paths.
+// Fuzz target: the single-byte string operations in the C locale against
+// the models of dmodels.hpp or a loop here, on a handle holding its buffer
+// alone, sharing it (the other handle keeps its text), or holding a derived
+// buffer that overrides nothing, so that the shortcuts for a plain DBuffer
+// (one-byte indexOf, ==, the word walk, upperCase) answer as its slots do.
 #include "../tests/support/dmodels.hpp"
 #include "fuzz_input.hpp"
 
+#include <algorithm>
 #include <cctype>
 #include <clocale>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <new>
 #include <sstream>
 #include <string>
 
 namespace {
 
-using dmodel::u32;
+using namespace dmodel;
 using dtest::bytes;
 using dtest::len;
 using dtest::make;
+using std::string;
 
-std::string context; // the inputs of the current operation, for reports
+string context; // the inputs of the current operation, for reports
 
 // A buffer class that keeps every DBuffer operation.
-class Plain : public DBuffer {
-public:
+struct Plain : DBuffer {
   explicit Plain(unsigned int n) : DBuffer(n) {}
 };
 
-DString plain(std::string const& t) {
+DString plain(string const& t) {
   auto* b = new (::operator new[](sizeof(Plain) + t.size() + 1)) Plain(len(t));
   std::memcpy(b->contents(), t.data(), t.size());
   return DString(static_cast<DBuffer*>(b));
 }
 
-void expectText(char const* what, DString const& got, std::string const& want) {
+void txt(char const* what, DString const& got, string const& want) {
   if (bytes(got) != want || static_cast<char const*>(got)[got.length()] != 0)
     dfuzz::fail(what, context + " gave " + dfuzz::show(bytes(got)) +
                           ", model " + dfuzz::show(want));
 }
 
-void expectNumber(char const* what, unsigned long got, unsigned long want) {
+void num(char const* what, unsigned long got, unsigned long want) {
   if (got != want)
     dfuzz::fail(what, context + " gave " + std::to_string(got) + ", model " +
                           std::to_string(want));
@@ -55,270 +55,232 @@ int abPredicate(int c) {
   return c == 'a' || c == 'b' || c == -23;
 }
 bool ab(char c) {
-  return c == 'a' || c == 'b' || c == '\xE9';
+  return abPredicate(static_cast<signed char>(c));
 }
 bool notAb(char c) {
   return !ab(c);
 }
 
-std::string mapped(std::string t, char (*f)(char)) {
-  for (char& c : t)
-    c = f(c);
+template <class F>
+string mapped(string t, F f) {
+  std::transform(t.begin(), t.end(), t.begin(), f);
   return t;
 }
-char upper(char c) {
-  return c >= 'a' && c <= 'z' ? char(c - 32) : c;
-}
-char lower(char c) {
-  return c >= 'A' && c <= 'Z' ? char(c + 32) : c;
-}
 
-bool hasNul(std::string const& s) {
-  return s.find('\0') != std::string::npos;
+bool hasNul(string const& s) {
+  return s.find('\0') != string::npos;
 }
 
 template <class Pred>
-bool all(std::string const& t, Pred member) {
-  if (t.empty())
-    return false;
-  for (char c : t)
-    if (!member(c))
-      return false;
-  return true;
+bool all(string const& t, Pred member) {
+  return !t.empty() && std::all_of(t.begin(), t.end(), member);
 }
 
 void runOne(dfuzz::Input& in) {
-  std::string const t = in.text(in.byte() % 8 == 0 ? 300 : 48);
-  std::string const p = in.text(6), q = in.text(6);
-  DString const s = make(t), ps = make(p);
+  string const t = in.text(in.byte() % 8 == 0 ? 300 : 48);
+  string const p = in.text(6), q = in.text(6);
   u32 const kind = in.upTo(2); // alone, shared, a derived buffer
-  bool const shared = kind == 1;
+  DString const s = kind == 2 ? plain(t) : make(t), ps = make(p);
   char const pad = "-. \0*"[in.upTo(4)];
   std::size_t const n = t.size();
   u32 const op = in.upTo(36);
   u32 const a = in.position(n, op < 7);
-  std::string const w1(1, pad);
   context = "text " + dfuzz::show(t) + " arg " + dfuzz::show(p) + " arg2 " +
             dfuzz::show(q) + " a " + std::to_string(a) + " pad " +
-            dfuzz::show(w1) + " kind " + std::to_string(kind);
+            dfuzz::show(string(1, pad)) + " kind " + std::to_string(kind);
+  // A further number drawn from the input, added to the report.
+  auto const draw = [](u32 v) {
+    context += " " + std::to_string(v);
+    return v;
+  };
   // Runs an edit on a handle (shared with a second one or alone) and
   // checks the result and the second handle.
-  auto const edit = [&](char const* what, std::string const& want,
-                        auto&& change) {
+  auto const edit = [&](char const* what, string const& want, auto&& change) {
     DString h = kind == 2 ? plain(t) : make(t), other;
-    if (shared)
+    if (kind == 1)
       other = h;
     change(h);
-    expectText(what, h, want);
-    if (shared)
-      expectText("the sharing handle", other, t);
+    txt(what, h, want);
+    if (kind == 1)
+      txt("the sharing handle", other, t);
   };
-  auto const inP = [&p](char c) { return dmodel::inSet(c, p); };
-  auto const notInP = [&p](char c) { return !dmodel::inSet(c, p); };
+#define EDIT(what, want, ...) edit(what, want, [&](DString& d) { __VA_ARGS__; })
+  auto const inP = [&p](char c) { return inSet(c, p); };
+  auto const notInP = [&p](char c) { return !inSet(c, p); };
   DStringTest const test(&abPredicate);
+  std::size_t const from = a == 0 ? 1 : a;
   switch (op) {
   case 0:
-    expectNumber("indexOf", s.indexOf(p.data(), len(p), a),
-                 dmodel::indexOf(t, p, a));
-    expectNumber("occurrencesOf", s.occurrencesOf(p.data(), len(p), a),
-                 dmodel::occurrences(t, p, a));
+    num("indexOf", s.indexOf(p.data(), len(p), a), indexOf(t, p, a));
+    num("occurrencesOf", s.occurrencesOf(p.data(), len(p), a),
+        occurrences(t, p, a));
+    if (!p.empty())
+      num("indexOf(char)", s.indexOf(p[0], a), indexOf(t, p.substr(0, 1), a));
+    num("lastIndexOf", s.lastIndexOf(p.data(), len(p), a),
+        lastIndexOf(t, p, a));
     break;
   case 1:
-    expectNumber("lastIndexOf", s.lastIndexOf(p.data(), len(p), a),
-                 dmodel::lastIndexOf(t, p, a));
+    num("indexOfAnyOf", s.indexOfAnyOf(p.data(), len(p), a),
+        forward(t, a, false, p.empty(), inP));
+    num("indexOfAnyBut", s.indexOfAnyBut(p.data(), len(p), a),
+        forward(t, a, true, p.empty(), notInP));
+    num("lastIndexOfAnyOf", s.lastIndexOfAnyOf(p.data(), len(p), a),
+        backward(t, a, false, p.empty(), inP));
+    num("lastIndexOfAnyBut", s.lastIndexOfAnyBut(p.data(), len(p), a),
+        backward(t, a, true, p.empty(), notInP));
     break;
-  case 2:
-    expectNumber("indexOfAnyOf", s.indexOfAnyOf(p.data(), len(p), a),
-                 dmodel::forward(t, a, false, p.empty(), inP));
-    expectNumber("indexOfAnyBut", s.indexOfAnyBut(p.data(), len(p), a),
-                 dmodel::forward(t, a, true, p.empty(), notInP));
+  case 4:
+    num("indexOf(test)", s.indexOf(test, a), forward(t, a, 0, 0, ab));
+    num("indexOfAnyBut(test)", s.indexOfAnyBut(test, a),
+        forward(t, a, 0, 0, notAb));
+    num("lastIndexOf(test)", s.lastIndexOf(test, a), backward(t, a, 0, 0, ab));
+    num("lastIndexOfAnyBut(test)", s.lastIndexOfAnyBut(test, a),
+        backward(t, a, 0, 0, notAb));
+    num("occurrencesOf(test)", s.occurrencesOf(test, a),
+        from > n ? 0 : std::count_if(t.begin() + from - 1, t.end(), ab));
     break;
-  case 3:
-    expectNumber("lastIndexOfAnyOf", s.lastIndexOfAnyOf(p.data(), len(p), a),
-                 dmodel::backward(t, a, false, p.empty(), inP));
-    expectNumber("lastIndexOfAnyBut", s.lastIndexOfAnyBut(p.data(), len(p), a),
-                 dmodel::backward(t, a, true, p.empty(), notInP));
-    break;
-  case 4: {
-    expectNumber("indexOf(test)", s.indexOf(test, a),
-                 dmodel::forward(t, a, false, false, ab));
-    expectNumber("indexOfAnyBut(test)", s.indexOfAnyBut(test, a),
-                 dmodel::forward(t, a, false, false, notAb));
-    expectNumber("lastIndexOf(test)", s.lastIndexOf(test, a),
-                 dmodel::backward(t, a, false, false, ab));
-    expectNumber("lastIndexOfAnyBut(test)", s.lastIndexOfAnyBut(test, a),
-                 dmodel::backward(t, a, false, false, notAb));
-    unsigned long want = 0;
-    for (std::size_t i = (a == 0 ? 1 : a); i <= n; ++i)
-      want += ab(t[i - 1]);
-    expectNumber("occurrencesOf(test)", s.occurrencesOf(test, a), want);
-    break;
-  }
   case 5: {
-    u32 const count = in.upTo(60);
-    std::size_t const from = a == 0 ? 1 : a;
-    std::string want = from > n ? std::string() : t.substr(from - 1, count);
-    want += std::string(count - want.size(), pad);
-    context += " count " + std::to_string(count);
-    expectText("subString", s.subString(a, count, pad), want);
+    u32 const count = draw(in.upTo(60));
+    string const want = from > n ? string() : t.substr(from - 1, count);
+    txt("subString", s.subString(a, count, pad),
+        want + string(count - want.size(), pad));
     // Start 0 keeps its count of length + 1 and so gains one blank, unless
     // internationalisation is on.
     for (int state = 0; state < 2; ++state) {
       DString::fgI18NState = state;
-      expectText("subString(start)", s.subString(a),
-                 a > n    ? std::string()
-                 : a == 0 ? (state ? t : t + " ")
-                          : t.substr(a - 1));
+      txt("subString(start)", s.subString(a),
+          a > n    ? string()
+          : a == 0 ? (state ? t : t + " ")
+                   : t.substr(a - 1));
     }
     DString::fgI18NState = 0;
     break;
   }
   case 6: {
     // Comparisons: byte order, then length (C locale; with collation on,
-    // only texts without NUL bytes, where strcoll is strcmp).
+    // only texts without NUL bytes, where strcoll is strcmp). The text
+    // forms take the bytes up to the first NUL.
     bool const collate = in.byte() & 1;
     if (collate && (hasNul(t) || hasNul(p)))
       break;
     DString::fgI18NState = collate;
-    // The text forms take the bytes up to the first NUL.
-    std::string const pt = p.substr(0, p.find('\0'));
+    string const pt = p.substr(0, p.find('\0'));
+    string flipped = t + "x"; // one byte changed, at a word-scan edge too
+    flipped[in.upTo(static_cast<u32>(n))] ^= '\x80';
     char const* const pc = p.c_str();
     bool const ok = (s == ps) == (t == p) && (s != ps) == (t != p) &&
                     (s < ps) == (t < p) && (s <= ps) == (t <= p) &&
                     (s > ps) == (t > p) && (s >= ps) == (t >= p) &&
                     (s == pc) == (t == pt) && (s < pc) == (t < pt) &&
                     (s > pc) == (t > pt) && (pc == s) == (pt == t) &&
-                    (pc < s) == (pt < t) && (pc > s) == (pt > t);
+                    (pc < s) == (pt < t) && (pc > s) == (pt > t) &&
+                    s == make(t) && !(s != make(t)) && s != make(t + "x") &&
+                    (s != make(flipped.substr(0, n))) == (flipped[n] == 'x');
     DString::fgI18NState = 0;
     if (!ok)
       dfuzz::fail("comparison", context);
     break;
   }
   case 7:
-    edit("upperCase", mapped(t, upper), [](DString& d) { d.upperCase(); });
-    edit("lowerCase", mapped(t, lower), [](DString& d) { d.lowerCase(); });
-    edit("reverse", std::string(t.rbegin(), t.rend()),
-         [](DString& d) { d.reverse(); });
+    EDIT("upperCase", mapped(t, ::toupper), d.upperCase());
+    EDIT("lowerCase", mapped(t, ::tolower), d.lowerCase());
+    EDIT("reverse", string(t.rbegin(), t.rend()), d.reverse());
     break;
-  case 8: {
-    std::string want = t;
-    for (char& ch : want) {
-      std::size_t const i = p.find(ch);
-      if (i != std::string::npos)
-        ch = i < q.size() ? q[i] : pad;
-    }
-    edit("translate", want, [&](DString& d) {
-      d.translate(p.data(), len(p), q.data(), len(q), pad);
-    });
+  case 8:
+    EDIT("translate",
+         mapped(t,
+                [&](char c) {
+                  std::size_t const i = p.find(c);
+                  return i == string::npos ? c : i < q.size() ? q[i] : pad;
+                }),
+         d.translate(p.data(), len(p), q.data(), len(q), pad));
     break;
-  }
   case 9: {
     int const mode = static_cast<int>(in.upTo(2));
-    edit("strip", dmodel::strip(t, p, mode), [&](DString& d) {
-      d.strip(p.data(), len(p), static_cast<DStringEnum::StripMode>(mode));
-    });
-    edit("strip()", dmodel::strip(t, std::string("\t\n\v\f\r ", 6), 2),
-         [](DString& d) { d.strip(); });
+    EDIT("strip", strip(t, p, mode),
+         d.strip(p.data(), len(p), static_cast<DStringEnum::StripMode>(mode)));
+    EDIT("strip()", strip(t, string("\t\n\v\f\r ", 6), 2), d.strip());
     break;
   }
   case 10: {
-    std::size_t const pos = a == 0 ? 1 : a;
-    std::string want = t;
-    if (!p.empty() || a > n) {
-      if (pos - 1 <= n)
-        want = t.substr(0, pos - 1) + p +
-               (n > pos - 1 + p.size() ? t.substr(pos - 1 + p.size()) : "");
-      else
-        want = t + std::string(pos - 1 - n, pad) + p;
-    }
-    edit("overlayWith", want,
-         [&](DString& d) { d.overlayWith(p.data(), len(p), a, pad); });
-    want = t;
-    if (!p.empty() || a > n)
-      want = a <= n ? t.substr(0, a) + p + t.substr(a)
-                    : t + std::string(a - n, pad) + p;
-    edit("insert", want,
-         [&](DString& d) { d.insert(p.data(), len(p), a, pad); });
+    bool const nothing = p.empty() && a <= n;
+    string want = from - 1 > n ? t + string(from - 1 - n, pad) + p
+                               : t.substr(0, from - 1) + p +
+                                     (n > from - 1 + p.size()
+                                          ? t.substr(from - 1 + p.size())
+                                          : "");
+    EDIT("overlayWith", nothing ? t : want,
+         d.overlayWith(p.data(), len(p), a, pad));
+    want =
+        a <= n ? t.substr(0, a) + p + t.substr(a) : t + string(a - n, pad) + p;
+    EDIT("insert", nothing ? t : want, d.insert(p.data(), len(p), a, pad));
     break;
   }
   case 11: {
-    u32 const count = in.byte() % 16 == 0 ? 0xFFFFFFFFu : in.upTo(60);
-    context += " count " + std::to_string(count);
-    std::string want = t;
-    std::size_t const from = a == 0 ? 1 : a;
+    u32 const count = draw(in.byte() % 16 == 0 ? 0xFFFFFFFFu : in.upTo(60));
+    string want = t;
     if (count != 0 && a <= n && n != 0)
       want.erase(from - 1, std::min<std::size_t>(count, n - from + 1));
-    edit("remove", want, [&](DString& d) { d.remove(a, count); });
-    edit("remove(start)", a <= n && n != 0 ? t.substr(0, from - 1) : t,
-         [&](DString& d) { d.remove(a); });
+    EDIT("remove", want, d.remove(a, count));
+    EDIT("remove(start)", a <= n && n != 0 ? t.substr(0, from - 1) : t,
+         d.remove(a));
     break;
   }
   case 12: {
-    u32 const w = in.upTo(60);
-    context += " width " + std::to_string(w);
-    std::string const fill(w > n ? w - n : 0, pad);
-    edit("leftJustify", t.substr(0, w) + fill,
-         [&](DString& d) { d.leftJustify(w, pad); });
-    edit("rightJustify", fill + t.substr(n - std::min<std::size_t>(n, w)),
-         [&](DString& d) { d.rightJustify(w, pad); });
-    edit("center",
+    u32 const w = draw(in.upTo(60));
+    string const fill(w > n ? w - n : 0, pad);
+    EDIT("leftJustify", t.substr(0, w) + fill, d.leftJustify(w, pad));
+    EDIT("rightJustify", fill + t.substr(n - std::min<std::size_t>(n, w)),
+         d.rightJustify(w, pad));
+    EDIT("center",
          w <= n ? t.substr((n - w) / 2, w)
                 : fill.substr(0, fill.size() / 2) + t +
                       fill.substr(fill.size() / 2),
-         [&](DString& d) { d.center(w, pad); });
+         d.center(w, pad));
     break;
   }
   case 13: {
-    u32 const times = in.upTo(6);
-    std::string want;
+    u32 const times = draw(in.upTo(6));
+    string want;
     for (u32 i = 0; i < times; ++i)
       want += t;
-    edit("copy", want, [&](DString& d) { d.copy(times); });
+    EDIT("copy", want, d.copy(times));
     break;
   }
   case 14: {
-    u32 const count = in.byte() % 4 == 0 ? 0xFFFFFFFFu : in.upTo(4);
-    context += " count " + std::to_string(count);
-    edit("change", dmodel::change(t, p, q, a, count), [&](DString& d) {
-      d.change(p.data(), len(p), q.data(), len(q), a, count);
-    });
+    u32 const count = draw(in.byte() % 4 == 0 ? 0xFFFFFFFFu : in.upTo(4));
+    EDIT("change", change(t, p, q, a, count),
+         d.change(p.data(), len(p), q.data(), len(q), a, count));
     break;
   }
   case 15: {
-    std::vector<dmodel::Word> const w = dmodel::words(t);
-    expectNumber("numWords", s.numWords(), w.size());
-    u32 const k = in.upTo(static_cast<u32>(w.size()) + 2);
-    context += " word " + std::to_string(k);
+    std::vector<Word> const w = words(t);
+    num("numWords", s.numWords(), w.size());
+    u32 const k = draw(in.upTo(static_cast<u32>(w.size()) + 2));
     bool const inRange = k >= 1 && k <= w.size();
-    expectNumber("indexOfWord", s.indexOfWord(k, 1, 0),
-                 inRange ? w[k - 1].pos : 0);
-    expectNumber("lengthOfWord", s.lengthOfWord(k),
-                 inRange ? w[k - 1].length : 0);
+    num("indexOfWord", s.indexOfWord(k, 1, 0), inRange ? w[k - 1].pos : 0);
+    num("lengthOfWord", s.lengthOfWord(k), inRange ? w[k - 1].length : 0);
     u32 const kk = k == 0 ? 1 : k;
-    expectText("word", s.word(k),
-               kk <= w.size() ? t.substr(w[kk - 1].pos - 1, w[kk - 1].length)
-                              : std::string());
+    txt("word", s.word(k),
+        kk <= w.size() ? t.substr(w[kk - 1].pos - 1, w[kk - 1].length) : "");
     break;
   }
   case 16: {
-    std::vector<dmodel::Word> const w = dmodel::words(t);
-    u32 const f = in.upTo(static_cast<u32>(w.size()) + 2);
-    u32 const count = in.byte() % 8 == 0
-                          ? 0xFFFFFFFFu
-                          : in.upTo(static_cast<u32>(w.size()) + 2);
-    context +=
-        " first " + std::to_string(f) + " count " + std::to_string(count);
+    std::vector<Word> const w = words(t);
+    u32 const f = draw(in.upTo(static_cast<u32>(w.size()) + 2));
+    u32 const count =
+        draw(in.byte() % 8 == 0 ? 0xFFFFFFFFu
+                                : in.upTo(static_cast<u32>(w.size()) + 2));
     u32 const ff = f == 0 ? 1 : f;
-    std::string want;
+    string want;
     if (ff <= w.size() && count != 0) {
       unsigned long long const lastWanted = std::min<unsigned long long>(
           0xFFFFFFFFull, static_cast<unsigned long long>(ff) + count - 1);
-      dmodel::Word const& last =
-          lastWanted <= w.size() ? w[lastWanted - 1] : w.back();
+      Word const& last = lastWanted <= w.size() ? w[lastWanted - 1] : w.back();
       want =
           t.substr(w[ff - 1].pos - 1, last.pos + last.length - w[ff - 1].pos);
     }
-    expectText("words", s.words(f, count), want);
+    txt("words", s.words(f, count), want);
     want = t;
     if (count != 0 && f >= 1 && f <= w.size()) {
       u32 const next = f + count; // 32-bit, as the library counts
@@ -326,52 +288,47 @@ void runOne(dfuzz::Input& in) {
           next >= f && next <= w.size() ? w[next - 1].pos : n + 1;
       want = t.substr(0, w[f - 1].pos - 1) + t.substr(to - 1);
     }
-    edit("removeWords", want, [&](DString& d) { d.removeWords(f, count); });
+    EDIT("removeWords", want, d.removeWords(f, count));
     break;
   }
   case 17: {
-    u32 const gap = in.upTo(3);
-    std::string want;
-    for (dmodel::Word const& w : dmodel::words(t))
-      want += (want.empty() ? "" : std::string(gap, pad)) +
+    u32 const gap = draw(in.upTo(3));
+    string want;
+    for (Word const& w : words(t))
+      want += (want.empty() ? "" : string(gap, pad)) +
               t.substr(w.pos - 1, w.length);
-    edit("space", n == 0 ? t : want, [&](DString& d) { d.space(gap, pad); });
+    EDIT("space", n == 0 ? t : want, d.space(gap, pad));
     break;
   }
   case 18: {
-    std::vector<dmodel::Word> const w = dmodel::words(t);
-    u32 const start = in.upTo(static_cast<u32>(w.size()) + 2);
-    context += " from " + std::to_string(start);
-    u32 const want = dmodel::findPhrase(t, p, start);
-    expectNumber("findPhrase word", s.findPhrase(ps, start, DString::wordIndex),
-                 want);
-    expectNumber("findPhrase char", s.findPhrase(ps, start, DString::charIndex),
-                 want >= 1 && want <= w.size() ? w[want - 1].pos : 0);
+    std::vector<Word> const w = words(t);
+    u32 const start = draw(in.upTo(static_cast<u32>(w.size()) + 2));
+    u32 const want = findPhrase(t, p, start);
+    num("findPhrase word", s.findPhrase(ps, start, DString::wordIndex), want);
+    num("findPhrase char", s.findPhrase(ps, start, DString::charIndex),
+        want >= 1 && want <= w.size() ? w[want - 1].pos : 0);
     break;
   }
   case 19:
   case 20: {
     // isLike with wildcard characters from the input (they may coincide).
-    char const anyString = "*?ab"[in.upTo(3)];
-    char const anyChar = "?*ab"[in.upTo(3)];
-    std::string const pat = p + q;
+    char const anyString = "*?ab"[draw(in.upTo(3))];
+    char const anyChar = "?*ab"[draw(in.upTo(3))];
+    string const pat = p + q;
     if (op == 20 && (hasNul(t) || hasNul(pat)))
       break;
     DString::fgI18NState = op == 20;
     bool const got = s.isLike(pat.data(), len(pat), anyString, anyChar);
     DString::fgI18NState = 0;
-    context += std::string(" wildcards ") + anyString + anyChar;
-    expectNumber("isLike", got, dmodel::like(pat, t, anyString, anyChar));
+    num("isLike", got, like(pat, t, anyString, anyChar));
     break;
   }
   case 21: {
     // isAbbrevFor: the receiver is p, the text t.
-    u32 const minLength = in.upTo(8);
+    u32 const minLength = draw(in.upTo(8));
     std::size_t const m = minLength == 0 ? p.size() : minLength;
-    context += " min " + std::to_string(minLength);
-    expectNumber("isAbbrevFor", ps.isAbbrevFor(t.data(), len(t), minLength),
-                 n >= p.size() && m <= p.size() &&
-                     t.compare(0, p.size(), p) == 0);
+    num("isAbbrevFor", ps.isAbbrevFor(t.data(), len(t), minLength),
+        n >= p.size() && m <= p.size() && t.compare(0, p.size(), p) == 0);
     break;
   }
   case 22: {
@@ -379,125 +336,123 @@ void runOne(dfuzz::Input& in) {
     // (bytes 0x80-0xFF belong to none here), on the text and on a long run
     // of one byte with one other byte in it, which is read through the
     // locale's classification table.
-    std::string run(255 + in.upTo(60), "7bQ \x01~"[in.upTo(5)]);
+    string run(255 + in.upTo(60), "7bQ \x01~"[in.upTo(5)]);
     run[in.upTo(static_cast<u32>(run.size()) - 1)] =
         static_cast<char>(in.byte());
     using Member = bool (DString::*)() const;
-    std::pair<Member, int (*)(int)> const classes[] = {
-        {&DString::isAlphanumeric, ::isalnum},
-        {&DString::isAlphabetic, ::isalpha},
-        {&DString::isControl, ::iscntrl},
-        {&DString::isDigits, ::isdigit},
-        {&DString::isGraphics, ::isgraph},
-        {&DString::isHexDigits, ::isxdigit},
-        {&DString::isLowerCase, ::islower},
-        {&DString::isPrintable, ::isprint},
-        {&DString::isPunctuation, ::ispunct},
-        {&DString::isUpperCase, ::isupper},
-        {&DString::isWhiteSpace, ::isspace}};
-    for (std::string const& x : {t, run}) {
+    Member const members[] = {&DString::isAlphanumeric, &DString::isAlphabetic,
+                              &DString::isControl,      &DString::isDigits,
+                              &DString::isGraphics,     &DString::isHexDigits,
+                              &DString::isLowerCase,    &DString::isPrintable,
+                              &DString::isPunctuation,  &DString::isUpperCase,
+                              &DString::isWhiteSpace};
+    int (*const classes[])(int) = {::isalnum, ::isalpha,  ::iscntrl, ::isdigit,
+                                   ::isgraph, ::isxdigit, ::islower, ::isprint,
+                                   ::ispunct, ::isupper,  ::isspace};
+    for (string const& x : {t, run}) {
       DString const d = make(x);
       context = "text " + dfuzz::show(x);
-      for (auto const& [member, f] : classes)
-        expectNumber("character class", (d.*member)(), all(x, [f = f](char c) {
-                       return f(static_cast<signed char>(c)) != 0;
-                     }));
-      expectNumber("isASCII", d.isASCII(),
-                   all(x, [](char c) { return (c & 0x80) == 0; }));
-      expectNumber("isBinaryDigits", d.isBinaryDigits(), all(x, [](char c) {
-                     return c == '0' || c == '1' || (c & 0x80) != 0;
-                   }));
+      for (std::size_t k = 0; k < std::size(classes); ++k)
+        num("character class", (d.*members[k])(), all(x, [&](char c) {
+              return classes[k](static_cast<signed char>(c)) != 0;
+            }));
+      num("isASCII", d.isASCII(), all(x, [](char c) { return c >= 0; }));
+      num("isBinaryDigits", d.isBinaryDigits(),
+          all(x, [](char c) { return c == '0' || c == '1' || c < 0; }));
     }
     break;
   }
-  case 23: {
-    expectText("operator+", s + ps, t + p);
-    edit("operator+=", t + p, [&](DString& d) { d += ps; });
+  case 23:
+    txt("operator+", s + ps, t + p);
+    EDIT("operator+=", t + p, d += ps);
     break;
-  }
   case 24: {
     // Bit operators: the mask repeats over the receiver from its first
     // byte and a longer one is cut; the receiver keeps its length. A text
     // argument ends at its first NUL; the free forms take the text as the
     // receiver and the string as the mask.
-    u32 const which = in.upTo(2);
-    auto const model = [which](std::string r, std::string const& mask) {
+    u32 const which = draw(in.upTo(2));
+    auto const model = [which](string r, string const& mask) {
       for (std::size_t i = 0; i < r.size() && !mask.empty(); ++i) {
         char const m = mask[i % mask.size()];
-        r[i] = static_cast<char>(which == 0   ? r[i] & m
-                                 : which == 1 ? r[i] | m
-                                              : r[i] ^ m);
+        r[i] = char(which == 0 ? r[i] & m : which == 1 ? r[i] | m : r[i] ^ m);
       }
       return r;
     };
-    std::string const pText = p.substr(0, p.find('\0'));
+    string const pt = p.substr(0, p.find('\0'));
     char const* const mt = p.c_str();
-    context += " op " + std::to_string(which);
-    expectText("bit operator",
-               which == 0   ? s & ps
-               : which == 1 ? s | ps
-                            : s ^ ps,
-               model(t, p));
-    expectText("bit operator text",
-               which == 0   ? s & mt
-               : which == 1 ? s | mt
-                            : s ^ mt,
-               model(t, pText));
-    expectText("bit operator free",
-               which == 0   ? mt & s
-               : which == 1 ? mt | s
-                            : mt ^ s,
-               model(pText, t));
-    expectText("bit operator kept its receiver", s, t);
-    edit("bit assign", model(t, p), [&](DString& h) {
-      which == 0 ? h &= ps : which == 1 ? h |= ps : h ^= ps;
-    });
-    edit("bit assign text", model(t, pText), [&](DString& h) {
-      which == 0 ? h &= mt : which == 1 ? h |= mt : h ^= mt;
-    });
-    expectText("operator~", ~s, mapped(t, [](char c) { return char(~c); }));
-    expectText("operator~ twice", ~~s, t);
+    txt("bit operator",
+        which == 0   ? s & ps
+        : which == 1 ? s | ps
+                     : s ^ ps,
+        model(t, p));
+    txt("bit operator text",
+        which == 0   ? s & mt
+        : which == 1 ? s | mt
+                     : s ^ mt,
+        model(t, pt));
+    txt("bit operator free",
+        which == 0   ? mt & s
+        : which == 1 ? mt | s
+                     : mt ^ s,
+        model(pt, t));
+    txt("bit operator kept its receiver", s, t);
+    EDIT("bit assign", model(t, p),
+         which == 0   ? d &= ps
+         : which == 1 ? d |= ps
+                      : d ^= ps);
+    EDIT("bit assign text", model(t, pt),
+         which == 0   ? d &= mt
+         : which == 1 ? d |= mt
+                      : d ^= mt);
+    txt("operator~", ~s, mapped(t, [](char c) { return char(~c); }));
+    txt("operator~ twice", ~~s, t);
     break;
   }
   case 25: {
     // Indexing: 0 and 1 name the first byte; past the end the string grows
     // with blanks up to the index. A write reaches this handle only.
-    std::size_t const i = a == 0 ? 0 : a - 1;
-    std::string want = t;
-    if (i >= want.size())
-      want.resize(i + 1, ' ');
-    want[i] = pad;
-    edit("operator[]", want, [&](DString& h) { h[a] = pad; });
-    edit("operator[](int)", want,
-         [&](DString& h) { h[static_cast<int>(a)] = pad; });
-    if (i < n)
-      expectNumber("const operator[]", static_cast<unsigned char>(s[a]),
-                   static_cast<unsigned char>(t[i]));
+    string want = t;
+    if (from > n)
+      want.resize(from, ' ');
+    want[from - 1] = pad;
+    EDIT("operator[]", want, d[a] = pad);
+    EDIT("operator[](int)", want, d[static_cast<int>(a)] = pad);
+    if (from <= n)
+      num("const operator[]", static_cast<unsigned char>(s[a]),
+          static_cast<unsigned char>(t[from - 1]));
     break;
   }
   default: {
     // Stream input: a word (operator>>, with a width, into a target that
-    // may share its old text), then the lines up to the pad byte.
+    // may share its old text; a failed stream empties it, noskipws reads
+    // no leading blanks), then the lines up to the pad byte.
     std::istringstream words(t), lines(t);
-    std::streamsize const width = in.upTo(8);
-    context += " width " + std::to_string(width);
+    std::streamsize const width = draw(in.upTo(8));
+    u32 const mode = draw(in.upTo(7)); // 0 failed, 1 noskipws
+    bool const failed = mode == 0;
     DString word = make(p);
     DString const old(word);
     words.width(width);
-    words >> word;
+    if (failed) {
+      words.setstate(std::ios_base::failbit);
+      lines.setstate(std::ios_base::failbit);
+    }
+    words >> (mode == 1 ? std::noskipws : std::skipws) >> word;
     std::size_t i = 0, j;
-    while (i < n && dmodel::isBlank(t[i]))
+    while (mode != 1 && i < n && isBlank(t[i]))
       ++i;
-    for (j = i; j < n && !dmodel::isBlank(t[j]) &&
+    for (j = i; j < n && !isBlank(t[j]) &&
                 (width == 0 || static_cast<long>(j - i) + 1 < width);)
       ++j;
-    expectText(">>", word, t.substr(i, j - i));
-    expectText(">> the sharing handle", old, p);
-    for (std::size_t from = 0, end; from < n; from = end + 1) {
-      end = std::min(t.find(pad, from), n);
-      expectText("lineFrom", DString::lineFrom(lines, pad),
-                 t.substr(from, end - from));
+    txt(">>", word, failed ? "" : t.substr(i, j - i));
+    txt(">> the sharing handle", old, p);
+    for (std::size_t at = 0, end; at < n; at = end + 1) {
+      end = std::min(t.find(pad, at), n);
+      txt("lineFrom", DString::lineFrom(lines, pad),
+          failed ? "" : t.substr(at, end - at));
     }
+    num("lineFrom at the end", DString::lineFrom(lines, pad).length(), 0);
     break;
   }
   }

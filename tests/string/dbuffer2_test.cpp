@@ -1,14 +1,12 @@
-// Buffer comparison: bytes with fgI18NState 0, the collation walk over
-// NUL-separated segments with 1, for the single-byte buffer (suite
-// DBufferCompare, C locale) and the multibyte one (MbBufferCompare, the
-// multibyte locales); the collation error; and copies for the collation
-// that cannot be made. strcoll is interposed so that the walk's segments
-// can be observed and a collation error produced.
+// Buffer comparison (single-byte: DBufferCompare, multibyte: MbBufferCompare):
+// bytes with fgI18NState 0, with 1 the collation walk over NUL-separated
+// segments, seen through an interposed strcoll, and its errors.
 #include "dbuffer.hpp"
 #include "dstring.hpp"
 #include "dtest_child.hpp"
 #include "dtest_support.hpp"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <dlfcn.h>
@@ -51,10 +49,8 @@ struct Row {
 };
 std::vector<Row> const rows = {
     {"abc", "abd", 2, 2, {{"abc", "abd"}}},
-    {"abd", "abc", 1, unpinned, {{"abd", "abc"}}},
     {"ab", "abc", 2, 2, {{"ab", "ab"}}}, // only the common length
     {"abc", "ab", 1, 1, {{"ab", "ab"}}},
-    {"", "", 0, 0, {}},
     {"", "x", 2, 2, {}},
     {"x", "", 1, 1, {}},
     {"a" + z + "b", "a" + z + "c", 2, 2, {{"a", "a"}, {"b", "c"}}},
@@ -80,7 +76,6 @@ std::vector<Row> const rows = {
     {z, z, unpinned, 0, {}},
     {z, z + "x", unpinned, 2, {}},
     {"\xE9", "e", 1, unpinned, {{"\xE9", "e"}}},
-    {"\x7F", "\x80", unpinned, unpinned, {}},
 };
 
 void compareTable(bool multibyte) {
@@ -92,40 +87,35 @@ void compareTable(bool multibyte) {
     DBuffer const* const b = s.buffer();
     EXPECT_STREQ(multibyte ? "DDBCSBuffer" : "DBuffer", b->className());
     int const order = r.a.compare(r.b);
-    dtest::I18NState bytes(0);
-    collated.clear();
-    recordCollation = true;
-    EXPECT_EQ(order < 0   ? 2u
-              : order > 0 ? 1u
-                          : 0u,
-              b->compare(r.b.data(), dtest::len(r.b)));
-    EXPECT_TRUE(collated.empty());
-    dtest::I18NState collation(1);
-    unsigned int const got = b->compare(r.b.data(), dtest::len(r.b));
-    recordCollation = false;
+    unsigned int got[2];
+    for (int state : {0, 1}) {
+      dtest::I18NState const flag(state);
+      collated.clear();
+      recordCollation = true;
+      got[state] = b->compare(r.b.data(), dtest::len(r.b));
+      recordCollation = false;
+      EXPECT_TRUE(state == 1 || collated.empty()); // bytes: no strcoll
+    }
+    EXPECT_EQ(order < 0 ? 2u : order > 0 ? 1u : 0u, got[0]);
     unsigned int const want = multibyte ? r.multi : r.single;
-    if (want != unpinned) {
-      EXPECT_EQ(want, got);
-    }
-    if (!multibyte && r.single != unpinned) {
-      EXPECT_EQ(r.segments, collated);
-    }
+    EXPECT_EQ(want == unpinned ? got[1] : want, got[1]);
+    EXPECT_EQ(multibyte || r.single == unpinned ? collated : r.segments,
+              collated);
   }
   for (int state : {0, 1}) {
     dtest::I18NState const mode(state);
     DString const s("abc");
     DBuffer const* b = s.buffer();
-    EXPECT_EQ(1u, b->compare(nullptr, 0));
-    EXPECT_EQ(1u, DString().buffer()->compare(nullptr, 0));
+    EXPECT_EQ(1u,
+              b->compare(nullptr, 0) * DString().buffer()->compare(nullptr, 0));
     collated.clear();
     recordCollation = true;
     EXPECT_EQ(0u, b->compare(b->contents(), 3)); // itself: no walk
     recordCollation = false;
     EXPECT_TRUE(collated.empty());
-    if (!multibyte) { // its own text with another length is compared
-      EXPECT_EQ(1u, b->compare(b->contents(), 2));
-      EXPECT_EQ(2u, b->compare(b->contents(), 4)); // the NUL behind
-    }
+    // Its own text with another length is compared (the NUL behind).
+    EXPECT_TRUE(multibyte || (b->compare(b->contents(), 2) == 1 &&
+                              b->compare(b->contents(), 4) == 2));
   }
   EXPECT_EQ(0, trace.logged);
 }
@@ -142,25 +132,20 @@ TEST(MbBufferCompare, Table) {
   compareTable(true);
 }
 
+// An errno left over from before the call is not a collation error, also
+// when the walk decides without calling strcoll.
 TEST(DBufferCompare, CollationErrorIsReported) {
   dtest::I18NState const collation(1);
   dtest::RecordingTrace trace;
   DString const s("abc");
   collationErrno = EINVAL;
-  try {
-    s.buffer()->compare("abd", 3);
-    ADD_FAILURE() << "no exception";
-  } catch (DInvalidRequest const& e) {
-    EXPECT_EQ(EINVAL, static_cast<int>(e.errorId()));
-    EXPECT_TRUE(e.isRecoverable());
-    EXPECT_EQ("strcoll errno = " + std::to_string(EINVAL) + "\n", e.text());
-    ASSERT_EQ(1ul, e.locationCount());
-    EXPECT_STREQ("dbuffer2", e.locationAtIndex(0)->fileName());
-    EXPECT_EQ(247ul, e.locationAtIndex(0)->lineNumber());
-  }
+  EXPECT_DEXCEPTION(s.buffer()->compare("abd", 3), DInvalidRequest, EINVAL,
+                    true, "dbuffer2", 247);
   collationErrno = 0;
-  // An errno left over from before the call is not a collation error, also
-  // when the walk decides without calling strcoll.
+  string const text = "strcoll errno = " + std::to_string(EINVAL);
+  EXPECT_TRUE(
+      std::any_of(trace.lines.begin(), trace.lines.end(),
+                  [&](string const& l) { return l.find(text) != l.npos; }));
   errno = ENOENT;
   EXPECT_EQ(1u, s.buffer()->compare("\0bc", 3));
   errno = ENOENT;
@@ -173,20 +158,19 @@ namespace {
 // With fgI18NState 1 compare() works on NUL-terminated copies (and, for
 // multibyte text, wide arrays). When they cannot be allocated the answer is
 // 2 (before): no exception, no errno taken for a collation error, no
-// out-of-memory report. Where memory is needed for the caller's result,
-// the library's out-of-memory path still runs.
+// out-of-memory report.
 void collationWithoutMemory() {
   if (!dtest::allocationsCanFail())
     GTEST_SKIP() << "another allocator replaced the test program's";
   dtest::I18NState const collation(1);
-  string const tail(4000, 'x'); // the copies fail, a report would fit
-  std::pair<string, string> const cases[] = {
+  std::string const tail(4000, 'x'); // the copies fail, a report would fit
+  std::pair<std::string, std::string> const cases[] = {
       {"b" + tail, "a" + tail},
       {"a" + tail, "a" + tail + "y"},
-      {"a" + z + "b" + tail, "a" + z + "a" + tail}};
+      {"a" + std::string(1, '\0') + "b" + tail, std::string("a\0a", 3) + tail}};
   dtest::RecordingTrace trace;
   for (auto const& [mine, other] : cases) {
-    DString const s = make(mine);
+    DString const s = dtest::make(mine);
     unsigned int const normally =
         s.buffer()->compare(other.data(), dtest::len(other));
     unsigned int answer = 99;
@@ -201,7 +185,10 @@ void collationWithoutMemory() {
   }
   EXPECT_EQ(0, trace.logged);
   EXPECT_TRUE(trace.lines.empty());
-  DString s = make(tail);
+  // Where memory is needed for the caller's result, the library's
+  // out-of-memory path runs (reported once) and the handle
+  // keeps its text.
+  DString s = dtest::make(tail);
   dtest::failAllocationsFrom(tail.size() / 2);
   EXPECT_THROW(s.insert("b", 1, 1), DOutOfMemory);
   dtest::failAllocationsFrom(0);

@@ -1,17 +1,11 @@
-// The quirks and boundaries of the single-byte operations that generated
-// inputs rarely reach, one row each (fuzz_sbcs and fuzz_radix check the
-// operations against the models on generated inputs). Every row runs on a
-// handle holding its buffer alone and on one sharing it, in both values of
-// fgI18NState; the checker verifies the answer (for a row that raises: the
-// exception, its id and location, reported once), the NUL behind the text,
-// which buffer the handle ends up with, the counts, and that the sharing
-// handle kept its text. Then the calling protocol of the editing members,
-// seen through a buffer class of its own.
+// The quirks and bounds of the single-byte operations that the fuzz models
+// rarely reach, one row each, run on a handle alone and sharing its buffer
+// in both values of fgI18NState: the answer (or exception, id, location),
+// the NUL behind, which buffer the handle ends up with, and the counts.
 #include "dstring.hpp"
 #include "dtest_support.hpp"
 
 #include <cctype>
-#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <new>
@@ -43,11 +37,8 @@ string slot(D& s, F f) {
   DBuffer* const b = s.buffer();
   unsigned int const count = b->useCount();
   DBuffer* const r = f(b);
-  if (r == b) {
-    EXPECT_EQ(count + 1, r->useCount());
-  } else if (r->length() != 0) {
-    EXPECT_EQ(1u, r->useCount());
-  }
+  EXPECT_EQ(r == b ? count + 1 : 1u,
+            r == b || r->length() ? r->useCount() : 1u);
   s = D(r);
   return bytes(s);
 }
@@ -61,10 +52,9 @@ string slot(D& s, F f) {
   Op([](D& s) { return slot(s, [](DBuffer* b) { return __VA_ARGS__; }); })
 
 unsigned int const all = 0xFFFFFFFFu;
-auto const L = DStringEnum::leading, R = DStringEnum::trailing;
-DStringTest const space(::isspace), digit(::isdigit);
+auto const R = DStringEnum::trailing;
+DStringTest const space(::isspace);
 char const* const none = nullptr;
-string const tt = "\n a  b\tc d \r\n";
 // What a raising row answers: the exception, its id and its location.
 string const r1010 = "DInvalidRequest 1010 dbuffer0:561",
              r1011 = "DInvalidRequest 1011 dstring5:";
@@ -76,204 +66,96 @@ public:
 
 std::vector<Row> const rows = {
     // Buffer slots: in place only with one reference, the receiver itself
-    // when there is nothing to do.
+    // when there is nothing to do; tables and replacements may point into
+    // the very text edited.
     {"aZ09\xE0\xE9z", B(b->upperCase()), "AZ09\xE0\xE9Z", inPlace},
-    {"ABC 12", B(b->upperCase()), "ABC 12"},
     {"Az\xC0Z", B(b->lowerCase()), "az\xC0z", inPlace},
-    {"@[`{", B(b->lowerCase()), "@[`{"},
-    {"abab", B(b->translate("aa", 2, "12", 2, '*')), "1b1b", inPlace},
-    {"abcd", B(b->translate("ab", 2, "X", 1, '*')), "X*cd", inPlace},
-    {"abcd", B(b->translate("xy", 2, "X", 1, '*')), "abcd"},
-    {"abcd", B(b->translate("", 0, "X", 1, '*')), "abcd"},
-    // The tables may point into the very text edited.
     {"abcba", B(b->translate(b->contents(), 2, b->contents() + 1, 2, '*')),
      "bcccb", inPlace},
-    {"xxabxx", B(b->strip("x", 1, L)), "abxx", fresh},
-    {"xxabxx", B(b->strip("x", 1, R)), "xxab", fresh},
     {"xxabxx", B(b->strip("x", 1, DStringEnum::StripMode(7))), "ab", fresh},
     {"ab", B(b->strip("x", 1, DStringEnum::both)), "ab"},
-    {"xyx", B(b->strip("yx", 2, L)), "", fresh},
-    {"  x\t", B(b->strip(space, L)), "x\t", fresh},
-    {"  x\t", B(b->strip(space, R)), "  x", fresh},
     {" \t ", B(b->strip(space, R)), "", fresh},
-    {"x", B(b->strip(space, DStringEnum::both)), "x"},
     {"aa", B(b->reverse()), "aa", inPlace},
-    {"a", B(b->reverse()), "a"},
-    {"abcd", B(b->overlayWith("XY", 2, 0, '.')), "XYcd", fresh},
-    {"abcd", B(b->overlayWith("XY", 2, 6, '.')), "abcd.XY", fresh},
     {"abcd", B(b->overlayWith("", 0, 2, '.')), "abcd"},
-    {"abcd", B(b->overlayWith("", 0, 5, '.')), "abcd", fresh},
-    {"abcd", B(b->overlayWith("", 0, 7, '.')), "abcd..", fresh},
-    {"abc", B(b->insert("XY", 2, 5, '.')), "abc..XY", fresh},
-    {"abc", B(b->insert("", 0, 2, '.')), "abc"},
-    {"abc", B(b->insert("", 0, 5, '.')), "abc..", fresh},
-    {"abcdef", B(b->remove(3, all)), "ab", fresh},
-    {"abcdef", B(b->remove(7, 1)), "abcdef"},
     {"abcdef", B(b->remove(2, 0)), "abcdef", fresh},
-    {"abc", B(b->leftJustify(3, '.')), "abc"},
-    {"abc", B(b->leftJustify(0, '.')), "", fresh},
-    {"abc", B(b->rightJustify(3, '.')), "abc"},
-    {"abc", B(b->rightJustify(2, '.')), "bc", fresh},
     {"abcde", B(b->center(5, '.')), "abcde"},
-    {"abcdef", B(b->center(3, '.')), "bcd", fresh},
-    {"", B(b->center(3, '.')), "...", fresh},
-    {"ab", B(b->copy(1)), "ab"},
-    {"ab", B(b->copy(0)), "", fresh},
-    {"", B(b->copy(5)), ""},
     {"aaaaa", B(b->change("aa", 2, "bb", 2, 2, all)), "abbbb", inPlace},
-    {"a\xE9\xE9", B(b->change("\xE9", 1, "e", 1, 1, 9)), "aee", inPlace},
     {"aaaaa", B(b->change("aa", 2, "b", 1, 1, 2)), "bba", fresh},
-    {"aaaaa", B(b->change("aa", 2, "b", 1, 1, 0)), "aaaaa"},
     {"aaaaa", B(b->change("", 0, "b", 1, 1, 9)), "aaaaa"},
-    {"abc", B(b->change("b", 1, "B", 1, 9, all)), "abc"},
-    // The replacement may be part of the text ("cb" at position 3).
     {"abcb", B(b->change("bc", 2, b->contents() + 2, 2, 1, 9)), "acbb",
      inPlace},
     // Many matches: a small length difference times the matches.
     {string(140001, 'a'), B(b->change("aa", 2, "b", 1, 1, all)),
      string(70000, 'b') + "a", fresh},
     {"abc", B(b->subString(0)), "abc", fresh},
-    {"abc", B(b->subString(4)), "", fresh},
     // The handle: the direct members edit in place, the guarded ones never.
     {"abc", E(s.upperCase()), "ABC", inPlace},
     {"abc", E(s.translate(D("ab"), D("x"))), "x c", inPlace},
     {"ABC", E(s.lowerCase()), "abc", fresh},
     {"abc", E(s.reverse()), "cba", fresh},
-    {"abc", E(s.change(D("b"), D("B"))), "aBc", fresh},
-    {"abc", E(s.lowerCase()), "abc"},
-    {"abc", E(s.center(3)), "abc"},
-    {"abc", E(s.rightJustify(3)), "abc"},
     {"abcdef", E(s.remove(2, 0)), "abcdef"},
-    {"abcdef", E(s.remove(7, 1)), "abcdef"},
-    {"abcdef", E(s.remove(3)), "ab", fresh},
-    {"", E(s.remove(0, 5)), ""},
-    {"abc", E(s.strip()), "abc"},
-    {" \v a b \f\n\r", E(s.strip()), "a b", fresh},
     {string(" \0 ", 3), E(s.strip()), string(1, '\0'), fresh},
     // Default arguments, and the static forms, which edit a copy.
     {"abc", E(s.rightJustify(5).leftJustify(7).center(9)), "   abc   ", fresh},
-    {"abab", E(s.change(D("ab"), D("x"))), "xx", fresh},
     {"abc", E(s.insert(D("X")).overlayWith(D("YZ"))), "YZbc", fresh},
     {"YZbc", E(s.strip(D("Yc")).translate("Z", 1, "", 0)), " b", fresh},
-    {"abcabc", T(D::upperCase(s)), "ABCABC"},
-    {"abcabc", T(D::remove(s, 4, 3)), "abc"},
-    {"abcabc", T(D::center(s, 9, '-')), "-abcabc--"},
-    {"abcabc", T(D::change(s, "bc", "X", 3)), "abcaX"},
-    {"abcabc", T(D::change(s, "bc", "X", 1, 1)), "aXabc"},
-    {"abcabc", T(D::change(s, "bc", nullptr)), "aa"},
-    {"abcabc", T(D::change(s, nullptr, "X")), "abcabc"},
     {string("abc\0d", 5), T(D::change(s, D(string("c\0", 2)), D("-"))), "ab-d"},
     // Concatenation: an empty piece keeps the buffer; the text appended
     // may lie inside the handle's own text, behind a NUL too.
     {"abc", E(s += none, s += "", s += D()), "abc"},
-    {"ab", T(s + none), "ab"},
-    {"ab", T(none + s), "ab"},
-    {"xy", E(s += s), "xyxy", fresh},
+    {"ab", T((s + none) + (none + s)), "abab"},
     {"abcd", E(s += static_cast<char const*>(s) + 1), "abcdbcd", fresh},
     {string("ab\0cd", 5), E(s += static_cast<char const*>(s) + 3),
      string("ab\0cdcd", 7), fresh},
-    // Bit operators: the mask repeats from its first byte, an empty one
-    // changes nothing, the mask may be the text itself.
-    {"abcdefghij", E(s.applyBitOp("\1\2\3", 3, D::bitXor)), "```egefjjk",
-     inPlace},
+    // Bit operators: an empty mask changes nothing, the mask may be the
+    // text itself.
     {"abc", E(s.applyBitOp("x", 1, D::BitOperator(3))), "abc", inPlace},
     {"abc", E(s &= "", s |= none, s ^= D(), s ^= ""), "abc"},
-    {"abcd", E(s ^= s), string(4, '\0'), any},
     {"abcd", E(s ^= static_cast<char const*>(s) + 1), "\3\1\7\6", any},
-    {"abcd", E(s &= D(string("\xFF\0", 2))), string("a\0c\0", 4), any},
-    {"abc", Q((none ^ D("\1")).length()), "0"},
     // Indexing: 0 and 1 name the first byte; const access never copies.
-    {"abc", E(s[2] = 'B'), "aBc", inPlace},
     {"xyz", Q(&s[0u] == &s[1u] && &s[0] == &s[1]), "1", inPlace},
-    {"xyz",
-     Q((&std::as_const(s)[0u] == &std::as_const(s)[1]) +
-       (std::as_const(s)[3u] == 'z')),
-     "2"},
-    // Searches: the one-byte and DString forms, their default starts.
+    {"xyz", Q(&std::as_const(s)[0u] == &std::as_const(s)[1]), "1"},
+    // Searches: default starts, a derived predicate.
     {"abcabc", Q(s.indexOf('c') * 10 + s.lastIndexOf('c')), "36"},
-    {"abcabc", Q(s.lastIndexOf('c', 0) * 10 + s.lastIndexOf('c', 5)), "3"},
-    {"abcabc", Q(s.indexOf('c', 7) + s.lastIndexOf('c', 7)), "6"},
-    {string("a\0b\xE9", 4),
-     Q(s.indexOf('\0', 0) * 10 + s.lastIndexOf('\xE9', all)), "24"},
-    {"abcabc",
-     Q(s.lastIndexOfAnyOf("ab", 4) * 100 + s.lastIndexOfAnyBut(D("ab")) * 10 +
-       s.indexOfAnyBut(D("ab"))),
-     "463"},
-    {"xyzzyeq",
-     Q(s.indexOf(vowel) * 100 + s.lastIndexOf(vowel) * 10 +
-       s.indexOfAnyBut(vowel, 0) + vowel.DStringTest::test('a')),
-     "661"},
-    {"aaaaa", Q(s.occurrencesOf('a', 2)), "4"},
-    {"abcabc", Q(s.occurrencesOf(D("bc"))), "2"},
-    {"a1b22c333", Q(s.occurrencesOf(digit) * 10 + s.occurrencesOf(digit, 9)),
-     "61"},
-    {"", Q(s.lastIndexOfAnyBut(digit)), "0"},
-    // subString with a count of 0 is the empty one.
+    {"abcabc", Q(s.lastIndexOfAnyBut(D("ab")) * 10 + s.indexOfAnyBut(D("ab"))),
+     "63"},
+    {"xyzzyeq", Q(s.indexOf(vowel) * 10 + s.lastIndexOf(vowel)), "66"},
     {"abc", Q(s.subString(2, 0).buffer() == DBuffer::defaultBuffer()), "1"},
     // isLike and isAbbrevFor beyond the generated patterns.
     {"abc", Q(s.isLike(D("a?*")) && s.isLike(D("a%"), '%', '_')), "1"},
-    {"abc", Q(s.isLike(D("_b_"), '%', '_') + s.isLike(D("a*"), '%', '_')), "1"},
-    {"abc", Q(s.isLike("a*", 2, '*', '*')), "1"},
-    {"ab", Q(s.isLike("abc", 2, '*', '?') * 10 + s.isLike(none, 0, '*', '?')),
-     "10"},
     {"", Q(s.isLike(none, 0, '*', '?') * 10 + s.isAbbrevFor(none, 0, 0)), "10"},
     {string(3000, 'a'), Q(s.isLike("*a*a*a*a*a*a*a*a*a*a*b", 22, '*', '?')),
      "0"},
     {"del",
      Q(s.isAbbrevFor(D("delete"), 3) * 10 + s.isAbbrevFor(D("delete"), 4)),
      "10"},
-    // Words: the arguments of indexOfWord, word 0, sums past 32 bits.
-    {string("a\0b c", 5), Q(s.numWords()), "2"},
-    {"ab cd ef", Q(s.indexOfWord(3, 3, 1)), "7"},
-    {"ab cd", Q(s.indexOfWord(2, 2, 0)), "4"},
-    {"ab cd", Q(s.indexOfWord(1, 1, 5)), "0"},
+    // Words: the arguments of indexOfWord, sums past 32 bits.
     {"ab cd", Q(s.indexOfWord(3, 1, 1) * 10 + s.indexOfWord(2, 1, 1)), "41"},
     {"ab cd", Q(s.indexOfWord(1, 0, 0) + s.indexOfWord(1, 6, 0)), "0"},
-    {"ab", Q(s.lengthOfWord(0) * 10 + s.lengthOfWord(all)), "0"},
-    {tt, T(s.words(2, 0xFFFFFFFEu)), "b\tc d"},
-    {tt, T(s.words(all, all)), ""},
+    {"\n a  b\tc d \r\n", T(s.words(2, 0xFFFFFFFEu)), "b\tc d"},
     {"a b c", E(s.removeWords(3, 0xFFFFFFFEu)), "a b ", fresh},
-    {"a b c", E(s.removeWords(2, 0xFFFFFFFEu)), "a ", fresh},
-    {"a b c", E(s.removeWords(9, 1)), "a b c"},
     {"abc", E(s.space(1, ' ')), "abc", fresh}, // always a new buffer
-    {"x y", E(s.space(2, '\xE9')), "x\xE9\xE9y", fresh},
     // findPhrase: any non-zero index type answers words; no wrap.
     {"a b", Q(s.findPhrase(D("b"), 1, D::IndexType(7))), "2"},
     {" q r ", Q(s.findPhrase(s, 1, D::charIndex)), "2"},
-    {"a b", Q(s.findPhrase(D("a"), all, D::wordIndex)), "0"},
-    {"a b", Q(s.findPhrase(D(""), all, D::wordIndex)), "0"},
-    {"a b", Q(s.findPhrase(D(""), 3, D::charIndex)), "0"},
-    // Radix: the null text of invalid input.
+    // Radix: the null text of invalid input. The one-step members: flag 0
+    // widens on every step, flag 1 only under a non-zero top byte;
+    // decimalMath keeps three digits of room.
     {"12x", Q(s.d2c().buffer() == D(D::null).buffer()), "1", fresh},
-    {"", E(s.x2c().c2x().b2c().c2b().d2c().c2d()), ""},
-    // The one-step members: flag 0 widens on every step, flag 1 only
-    // under a non-zero top byte; decimalMath keeps three digits of room.
     {string("\0\x19", 2), E(s.binaryMath(5)), string("\0\0\xFF", 3), fresh, 0},
     {string("\0\x19", 2), E(s.binaryMath(5)), string("\0\xFF", 2), fresh, 1},
     {string("\0\x1A", 2), E(s.binaryMath(0)), "\x01\x04", fresh, 1},
-    {string(3, '\0'), E(s.binaryMath(7)), string("\0\0\7", 3), fresh, 1},
-    {string(3, '\0'), E(s.binaryMath(7)), string("\0\0\0\7", 4), fresh, 0},
     {"\xFF\xFF", E(s.binaryMath(9)), "\x09\xFF\xFF", fresh, 1},
-    {"", E(s.binaryMath(7)), "\7", fresh},
-    {"1", E(s.decimalMath(0)), "0256", fresh},
-    {"01", E(s.decimalMath(255)), "0511", fresh},
-    {"0001", E(s.decimalMath(1)), "0257", fresh},
     {"00000", E(s.decimalMath(7)), "00007", fresh},
     {"999", E(s.decimalMath(255)), "255999", fresh},
-    {"", E(s.decimalMath(42)), "042", fresh},
     // Growing at the bounds raises 1010, reported once, before changing
     // anything; the replacement's bytes are never read.
     {"ab", E(s.copy(0x80000000u)), r1010},
-    {"ab", E(s.copy(all)), r1010},
     {"x", E(s.copy(all)), r1010}, // passes copy's check, meets allocate()'s
-    {"x", E(s.copy(4294967271u)), r1010},
     {"ab", E(s.change("a", 1, "r", 0xFFFFFFFEu, 1, 9)), r1010},
-    {"ab", E(s.change("a", 1, "r", 0xFFFFFFF1u, 1, 9)), r1010},
     {"aa", E(s.change("a", 1, "r", 0x80000000u, 1, 9)), r1010},
-    {"aa", E(s.change("a", 1, "r", 0xFFFFFFFEu, 1, 9)), r1010},
     {"ab", E(s.insert("r", 0xFFFFFFFEu, 1)), r1010},
     {"abc", E(s[all]), r1010},
-    {"abc", E(s[0xFFFFFFF0u]), r1010},
     {"a b", E(s.space(all, '-')), r1010},           // the first gap
     {"a b", E(s.space(0xFFFFFFFEu, '-')), r1010},   // the second word
     {"a b", E(s.space(0xFFFFFFFDu, '-')), r1010},   // the factory
@@ -281,12 +163,9 @@ std::vector<Row> const rows = {
     // Index errors, each with its own line; an empty const string has no
     // byte at all, index 0 included.
     {"abc", E(s[-1]), r1011 + "197"},
-    {"abc", E(s[-2147483647 - 1]), r1011 + "197"},
-    {"abc", E(std::as_const(s)[4u]), r1011 + "130"},
     {"abc", E(std::as_const(s)[-1]), r1011 + "174"},
     {"abc", E(std::as_const(s)[4]), r1011 + "184"},
     {"", E(std::as_const(s)[0u]), r1011 + "130"},
-    {"", E(std::as_const(s)[0]), r1011 + "184"},
 };
 
 } // namespace
@@ -323,30 +202,14 @@ TEST(DStringEdit, QuirkTable) {
             r.back == any ? s.buffer() == before
                           : r.back == same || (r.back == inPlace && !shared);
         EXPECT_EQ(kept, s.buffer() == before);
-        if (s.length() != 0) {
-          EXPECT_EQ(kept && shared ? 2u : 1u, s.buffer()->useCount());
-        }
-        if (shared) {
-          EXPECT_EQ(r.source, bytes(other));
-        }
-        if (shared && !r.source.empty()) {
-          EXPECT_EQ(kept ? 2u : 1u, before->useCount());
-        }
+        EXPECT_TRUE(s.length() == 0 ||
+                    s.buffer()->useCount() == (kept && shared ? 2u : 1u));
+        EXPECT_EQ(shared ? r.source : "", shared ? bytes(other) : "");
+        EXPECT_TRUE(!shared || r.source.empty() ||
+                    before->useCount() == (kept ? 2u : 1u));
       }
     }
   }
-  D const five("abcde");
-  DBuffer const* b = five.buffer();
-  // Forward and backward search starts: start, pattern length, answers.
-  unsigned int const starts[][4] = {
-      {0, 1, 1, 0}, {6, 0, 0, 5}, {5, 2, 0, 4},   {4, 2, 4, 4}, {1, 6, 0, 0},
-      {5, 1, 5, 5}, {3, 6, 0, 0}, {all, 1, 0, 5}, {2, 0, 2, 2}, {0, 0, 1, 0}};
-  for (auto const& c : starts) {
-    EXPECT_EQ(c[2], b->startSearch(c[0], c[1])) << c[0] << " " << c[1];
-    EXPECT_EQ(c[3], b->startBackwardsSearch(c[0], c[1])) << c[0] << " " << c[1];
-  }
-  EXPECT_EQ(0u, D().buffer()->startSearch(1, 0));
-  EXPECT_EQ(0u, D().buffer()->startBackwardsSearch(1, 0));
   for (D const& t : {D(), D("\xE9\xE9")}) {
     DBuffer const* sb = t.buffer();
     EXPECT_TRUE(sb->isSBCS() && !sb->isMBCS() && !sb->isDBCS());
@@ -357,17 +220,12 @@ TEST(DStringEdit, QuirkTable) {
 
 namespace {
 
-// A buffer class of its own: its editing slots record the count they see
-// and hand back the receiver or raise 1010; with the flag off x2c asks its
-// isHexDigits (no); it counts its deletions. No data members: the text
-// stays right behind the DBuffer header.
-int seenCount = -1, deleted = 0;
-bool raises = false;
-
+// Slots that answer what DBuffer never would, so a handle shortcut for plain
+// buffers that skipped them shows. No data members: the text stays right
+// behind the DBuffer header.
 class ProbeBuffer : public DBuffer {
 public:
   explicit ProbeBuffer(unsigned int n) : DBuffer(n) {}
-  ~ProbeBuffer() override { ++deleted; }
   static D make(char const* text) {
     auto const n = static_cast<unsigned int>(std::strlen(text));
     auto* b =
@@ -375,32 +233,17 @@ public:
     std::memcpy(b->contents(), text, n);
     return D(static_cast<DBuffer*>(b));
   }
-  bool isHexDigits() const override { return false; }
-#define PROBE(...)                                                             \
-  DBuffer* __VA_ARGS__ override {                                              \
-    return probe();                                                            \
+  unsigned int compare(void const*, unsigned int) const override { return 1; }
+  unsigned int indexOf(char const* pattern, unsigned int length,
+                       unsigned int start) const override {
+    return length == 1 ? 77 : DBuffer::indexOf(pattern, length, start);
   }
-  PROBE(center(unsigned int, char))
-  PROBE(change(char const*, unsigned int, char const*, unsigned int,
-               unsigned int, unsigned int))
-  PROBE(copy(unsigned int))
-  PROBE(insert(char const*, unsigned int, unsigned int, char))
-  PROBE(leftJustify(unsigned int, char))
-  PROBE(lowerCase())
-  PROBE(overlayWith(char const*, unsigned int, unsigned int, char))
-  PROBE(remove(unsigned int, unsigned int))
-  PROBE(reverse())
-  PROBE(rightJustify(unsigned int, char))
-  PROBE(strip(char const*, unsigned int, DStringEnum::StripMode))
-  PROBE(strip(DStringTest const&, DStringEnum::StripMode))
-  PROBE(translate(char const*, unsigned int, char const*, unsigned int, char))
-  PROBE(upperCase())
-
-private:
-  DBuffer* probe() {
-    seenCount = static_cast<int>(useCount());
-    if (raises)
-      DBuffer::overflow();
+  unsigned int indexOfAnyOf(char const*, unsigned int,
+                            unsigned int) const override {
+    return 0;
+  }
+  bool isHexDigits() const override { return false; }
+  DBuffer* upperCase() override {
     addRef();
     return this;
   }
@@ -408,98 +251,21 @@ private:
 
 } // namespace
 
-// The direct members lend the handle's own reference to the buffer, the
-// guarded ones one more; a raising buffer leaves the handle as it was.
-TEST(DStringEdit, DirectAndGuardedProtocols) {
-  std::pair<std::function<void(D&)>, bool> const members[] = {
-      {[](D& s) { s.upperCase(); }, true},
-      {[](D& s) { s.translate("a", 1, "b", 1); }, true},
-      {[](D& s) { s.strip("x", 1); }, true},
-      {[](D& s) { s.strip(DStringTest(::isspace), DStringEnum::both); }, true},
-      {[](D& s) { s.strip(); }, true},
-      {[](D& s) { s.lowerCase(); }, false},
-      {[](D& s) { s.reverse(); }, false},
-      {[](D& s) { s.overlayWith("x", 1, 1); }, false},
-      {[](D& s) { s.insert("x", 1, 1); }, false},
-      {[](D& s) { s.remove(1, 1); }, false},
-      {[](D& s) { s.remove(2); }, false},
-      {[](D& s) { s.leftJustify(3); }, false}, // no shortcut here
-      {[](D& s) { s.rightJustify(5); }, false},
-      {[](D& s) { s.center(5); }, false},
-      {[](D& s) { s.copy(2); }, false},
-      {[](D& s) { s.change("a", 1, "b", 1); }, false}};
-  dtest::RecordingTrace trace;
-  for (std::size_t i = 0; i < std::size(members); ++i) {
-    auto const& [call, direct] = members[i];
-    SCOPED_TRACE(i);
-    D s = ProbeBuffer::make("abc");
-    DBuffer* const b = s.buffer();
-    for (unsigned int shared : {0u, 1u}) {
-      D const other(shared ? s : D());
-      seenCount = -1;
-      call(s);
-      EXPECT_EQ((direct ? 1 : 2) + static_cast<int>(shared), seenCount);
-      EXPECT_EQ(b, s.buffer());
-      EXPECT_EQ(1 + shared, b->useCount());
-    }
-    raises = true;
-    EXPECT_DEXCEPTION(call(s), DInvalidRequest, 1010, true, "dbuffer0", 561);
-    raises = false;
-    EXPECT_EQ(b, s.buffer());
-    EXPECT_EQ(1u, b->useCount());
-    EXPECT_EQ("abc", bytes(s));
-  }
-  // Shortcuts of the handle that never reach the buffer.
-  D r = ProbeBuffer::make("abc");
-  seenCount = -1;
-  r.rightJustify(3).remove(9, 1).remove(1, 0);
-  EXPECT_EQ(-1, seenCount);
-  deleted = 0;
+TEST(DStringEdit, DerivedBufferSlotsAreAsked) {
   for (int flag : {0, 1}) {
     dtest::I18NState state(flag);
-    D s = ProbeBuffer::make("0a");
-    D const kept(s);
-    s.x2c(); // flag 1 tests the bytes with isxdigit whatever the buffer says
-    EXPECT_EQ(flag ? string("\x0A") : "", bytes(s));
-    EXPECT_EQ(flag, deleted);
-  }
-  EXPECT_EQ(2, deleted);
-}
-
-// The head that strtol converts in d2c is strlen(maxLong) - 1 digits; the
-// value does not depend on it, and a head past LONG_MAX keeps the clamp.
-TEST(DStringEdit, D2CHeadFollowsMaxLong) {
-  char const* const saved = DString::maxLong;
-  string const in = "98765432109876543210987654321";
-  std::pair<char const*, string> const rows[] = {
-      {"0x7fffffffL", dmodel::d2c(in)},
-      {"0x7fffffffffffffffffffffffL", "\x7F\xFF\xFF\xFF\xFF\xFF\xFF\xFF"}};
-  for (auto const& [text, want] : rows) {
-    DString::maxLong = text;
-    D s = make(want.size() == 8 ? "99999999999999999999999999" : in);
-    s.d2c();
-    DString::maxLong = saved;
-    EXPECT_EQ(want, bytes(s)) << text;
-  }
-}
-
-// In the multibyte locales the radix conversions neither split nor reject
-// bytes that are no characters, and the buffer class's own character tests
-// decide what is a digit (fuzz_mb checks words and stream input there).
-TEST(MbStringRadix, BytesAndTheBuffersDigits) {
-  if (MB_CUR_MAX < 2)
-    GTEST_SKIP() << "not a multibyte locale";
-  string const raw = "\xA4\xA2\xE3\x81\x82\x80\xFF";
-  for (int i18n : {0, 1}) {
-    dtest::I18NState state(i18n);
-    D r = make(raw);
-    EXPECT_EQ("A4A2E3818280FF", bytes(r.c2x()));
-    EXPECT_EQ(raw, bytes(r.x2c().c2d().d2c()));
-    EXPECT_EQ(dmodel::c2b(raw), bytes(r.c2b()));
-    for (char const* t : {"\xA4\xA2", "1\xA4\xA2", "\xEF\xBC\x91", "\xFF"})
-      EXPECT_EQ(0u, D(t).d2c().length() + D(t).x2c().length()) << t;
-    D digits("65535");
-    EXPECT_EQ("\xFF\xFF", bytes(digits.d2c()));
-    EXPECT_STREQ(D().buffer()->className(), digits.buffer()->className());
+    D const text = ProbeBuffer::make("ab  cd"),
+            twin(ProbeBuffer::make("ab  cd"));
+    D spaced(text), upper = ProbeBuffer::make("ab"),
+                    hex = ProbeBuffer::make("0a");
+    spaced.space(1, '_');
+    EXPECT_EQ(77u * 2, text.indexOf('c') + text.indexOf('z', 3));
+    EXPECT_TRUE(text != twin && !(text == twin) && !(text == D("ab  cd")));
+    EXPECT_EQ(1u, text.numWords());
+    EXPECT_EQ("ab  cd", bytes(text.word(1)));
+    EXPECT_EQ("ab  cd", bytes(spaced));
+    EXPECT_EQ("ab", bytes(upper.upperCase()));
+    // Flag 1 tests the bytes with isxdigit whatever the buffer says.
+    EXPECT_EQ(flag ? string("\x0A") : "", bytes(hex.x2c()));
   }
 }

@@ -1,8 +1,7 @@
-// Plain reference models of the single-byte string operations, on
-// std::string and written as loops over bytes: searches, change, words and
-// phrases, isLike and the radix conversions. The unit tests and the fuzz
-// targets check the library against these. Also the helpers that make a
-// DString from bytes and read its bytes back. No test framework needed.
+// Plain reference models of the single-byte string operations on
+// std::string: searches, change, words and phrases, isLike and the radix
+// conversions, which the fuzz targets check the library against; and the
+// helpers that make a DString from bytes and read its bytes back.
 #ifndef D_TESTS_DMODELS_HPP
 #define D_TESTS_DMODELS_HPP
 
@@ -50,55 +49,39 @@ inline bool isBlank(char c) {
 //===--- Searches (1-based positions, 0 for none) ------------------------===//
 
 inline u32 indexOf(std::string const& t, std::string const& p, u32 start) {
-  if (p.empty())
-    return 0;
-  for (std::size_t pos = start == 0 ? 1 : start; pos + p.size() - 1 <= t.size();
-       ++pos)
-    if (t.compare(pos - 1, p.size(), p) == 0)
-      return static_cast<u32>(pos);
-  return 0;
+  std::size_t const at = t.find(p, start == 0 ? 0 : start - 1);
+  return p.empty() || at == std::string::npos ? 0 : static_cast<u32>(at + 1);
 }
 
 inline u32 lastIndexOf(std::string const& t, std::string const& p, u32 start) {
-  std::size_t const n = t.size();
-  if (p.empty() || p.size() > n || start == 0)
+  if (p.empty() || p.size() > t.size() || start == 0)
     return 0;
-  std::size_t const s =
-      std::min<std::size_t>(std::min<std::size_t>(start, n), n - p.size() + 1);
-  for (std::size_t pos = s; pos >= 1; --pos)
-    if (t.compare(pos - 1, p.size(), p) == 0)
-      return static_cast<u32>(pos);
-  return 0;
+  std::size_t const at = t.rfind(p, std::min<std::size_t>(start, t.size()) - 1);
+  return at == std::string::npos ? 0 : static_cast<u32>(at + 1);
 }
 
-/// Forward scan for a byte with \p member; an empty set answers the start
-/// (when \p emptySetAnswer) or 0.
+/// Forward and backward scans for a byte with \p member; an empty set
+/// answers the (clamped) start when \p emptySetAnswer, else 0.
 template <class Member>
 u32 forward(std::string const& t, u32 start, bool emptySetAnswer, bool setEmpty,
             Member member) {
-  std::size_t const s = start == 0 ? 1 : start;
-  if (s > t.size())
-    return 0;
-  if (setEmpty)
-    return emptySetAnswer ? static_cast<u32>(s) : 0;
-  for (std::size_t pos = s; pos <= t.size(); ++pos)
-    if (member(t[pos - 1]))
-      return static_cast<u32>(pos);
-  return 0;
+  std::size_t pos = start == 0 ? 1 : start;
+  if (pos > t.size() || setEmpty)
+    return pos <= t.size() && emptySetAnswer ? static_cast<u32>(pos) : 0;
+  while (pos <= t.size() && !member(t[pos - 1]))
+    ++pos;
+  return pos <= t.size() ? static_cast<u32>(pos) : 0;
 }
 
 template <class Member>
 u32 backward(std::string const& t, u32 start, bool emptySetAnswer,
              bool setEmpty, Member member) {
-  if (t.empty() || start == 0)
-    return 0;
-  std::size_t const s = std::min<std::size_t>(start, t.size());
-  if (setEmpty)
-    return emptySetAnswer ? static_cast<u32>(s) : 0;
-  for (std::size_t pos = s; pos >= 1; --pos)
-    if (member(t[pos - 1]))
-      return static_cast<u32>(pos);
-  return 0;
+  std::size_t pos = std::min<std::size_t>(start, t.size());
+  if (pos == 0 || setEmpty)
+    return emptySetAnswer ? static_cast<u32>(pos) : 0;
+  while (pos >= 1 && !member(t[pos - 1]))
+    --pos;
+  return static_cast<u32>(pos);
 }
 
 /// Non-overlapping occurrences of \p p from \p start.
@@ -134,16 +117,13 @@ inline std::string change(std::string const& t, std::string const& p,
 /// stripped gives "".
 inline std::string strip(std::string const& t, std::string const& set,
                          int mode) {
-  std::size_t first = 0, last = t.size();
-  while (first < last && inSet(t[first], set))
-    ++first;
-  if (first == last)
+  std::size_t const first = t.find_first_not_of(set);
+  if (first == std::string::npos)
     return std::string();
-  while (last > first && inSet(t[last - 1], set))
-    --last;
-  if (mode == 0)
-    return t.substr(first);
-  return mode == 1 ? t.substr(0, last) : t.substr(first, last - first);
+  std::size_t const end = t.find_last_not_of(set) + 1;
+  return mode == 0
+             ? t.substr(first)
+             : t.substr(mode == 1 ? 0 : first, end - (mode == 1 ? 0 : first));
 }
 
 //===--- Words and phrases ------------------------------------------------===//
@@ -155,16 +135,13 @@ struct Word {
 
 inline std::vector<Word> words(std::string const& t) {
   std::vector<Word> out;
-  for (std::size_t i = 0; i < t.size();) {
-    if (isBlank(t[i])) {
-      ++i;
-      continue;
-    }
-    std::size_t j = i;
-    while (j < t.size() && !isBlank(t[j]))
+  for (std::size_t i = 0, j; i < t.size(); i = j) {
+    for (j = i; j < t.size() && !isBlank(t[j]);)
       ++j;
-    out.push_back({i + 1, j - i});
-    i = j;
+    if (j == i)
+      ++j;
+    else
+      out.push_back({i + 1, j - i});
   }
   return out;
 }
@@ -207,32 +184,23 @@ inline bool like(std::string const& p, std::string const& t, char anyString,
 
 //===--- Radix conversions (invalid input gives "") -----------------------===//
 
-inline int hexValue(char c) {
-  if (c >= '0' && c <= '9')
-    return c - '0';
-  if (c >= 'a' && c <= 'f')
-    return c - 'a' + 10;
-  return c >= 'A' && c <= 'F' ? c - 'A' + 10 : -1;
-}
-
 inline std::string c2x(std::string const& t) {
   std::string out;
-  for (unsigned char b : t) {
-    out.push_back("0123456789ABCDEF"[b >> 4]);
-    out.push_back("0123456789ABCDEF"[b & 15]);
-  }
+  for (unsigned char b : t)
+    out += {"0123456789ABCDEF"[b >> 4], "0123456789ABCDEF"[b & 15]};
   return out;
 }
 
 inline std::string x2c(std::string t) {
-  for (char c : t)
-    if (hexValue(c) < 0)
-      return std::string();
+  std::string const digits = "0123456789abcdef0123456789ABCDEF";
+  if (t.find_first_not_of(digits) != std::string::npos)
+    return std::string();
   if (t.size() % 2 != 0)
     t.insert(t.begin(), '0');
   std::string out;
   for (std::size_t i = 0; i < t.size(); i += 2)
-    out.push_back(static_cast<char>(hexValue(t[i]) * 16 + hexValue(t[i + 1])));
+    out.push_back(static_cast<char>(digits.find(t[i]) % 16 * 16 +
+                                    digits.find(t[i + 1]) % 16));
   return out;
 }
 
@@ -263,11 +231,8 @@ inline std::string b2c(std::string t) {
 
 /// Decimal digits to the shortest big-endian byte string (at least one).
 inline std::string d2c(std::string const& t) {
-  for (char c : t)
-    if (c < '0' || c > '9')
-      return std::string();
-  if (t.empty())
-    return t;
+  if (t.empty() || t.find_first_not_of("0123456789") != std::string::npos)
+    return std::string();
   std::vector<unsigned> number{0}; // big-endian bytes
   for (char c : t) {
     unsigned carry = static_cast<unsigned>(c - '0');
@@ -279,10 +244,7 @@ inline std::string d2c(std::string const& t) {
     if (carry != 0)
       number.insert(number.begin(), carry);
   }
-  std::size_t first = 0;
-  while (first + 1 < number.size() && number[first] == 0)
-    ++first;
-  return std::string(number.begin() + static_cast<long>(first), number.end());
+  return std::string(number.begin(), number.end());
 }
 
 /// Big-endian bytes to decimal, by repeated division by ten.

@@ -1,7 +1,5 @@
-// Shared test fixtures: a trace function that records report lines, a macro
-// that checks a thrown library exception whole, and locale helpers for the
-// multibyte suites; dmodels.hpp brings the reference models and
-// make/bytes/len.
+// Shared test fixtures: a recording trace function, the fgI18NState and
+// locale helpers, and a macro that checks a thrown library exception.
 #ifndef D_TESTS_DTEST_SUPPORT_HPP
 #define D_TESTS_DTEST_SUPPORT_HPP
 
