@@ -3,8 +3,9 @@
 // of DString::fgI18NState. Searches, edits, position mappings, classes and
 // the wide buffer follow a model built on the text's own characters, where
 // a byte that starts no character is one of one byte (wide value WEOF);
-// such bytes alone may raise 1012, and arguments end before a guard page.
-#include "../tests/support/dmbmodels.hpp"
+// such bytes alone may raise 1012. Arguments end right before an unreadable
+// page, so that a read past their length stops the run (SIGSEGV), also
+// inside the C library, where sanitizers see nothing.
 #include "../tests/support/dmodels.hpp"
 #include "fuzz_input.hpp"
 
@@ -14,14 +15,12 @@
 #include <cctype>
 #include <climits>
 #include <clocale>
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <cwchar>
 #include <cwctype>
 #include <functional>
 #include <optional>
+#include <sys/mman.h>
+#include <unistd.h>
 
 using dfuzz::show;
 using dtest::bytes;
@@ -33,6 +32,22 @@ using Chars = std::vector<std::string>;
 
 std::string num(unsigned long v) {
   return std::to_string(v) + " ";
+}
+
+// A copy of bytes ending at the end of page slot 0 or 1 (the page after it
+// unreadable), valid until the slot's next use.
+char const* guardedCopy(int slot, std::string const& bytes) {
+  static char* pages[2] = {nullptr, nullptr};
+  static std::size_t const page = std::size_t(sysconf(_SC_PAGESIZE));
+  if (pages[slot] == nullptr) {
+    void* const m = mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE,
+                         MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (m == MAP_FAILED || mprotect((char*)m + page, page, PROT_NONE) != 0)
+      std::abort();
+    pages[slot] = static_cast<char*>(m);
+  }
+  return static_cast<char*>(std::memcpy(pages[slot] + page - bytes.size(),
+                                        bytes.data(), bytes.size()));
 }
 
 // A text split into its characters (bytes, wide value, start offset; one
@@ -63,11 +78,9 @@ struct Model {
   // The character holding byte pos (1..n), or the first starting at or
   // after it (0-based; count() for none).
   u32 at(u32 pos, bool after = false) const {
-    auto const e = starts.end() - 1;
-    return after ? u32(std::lower_bound(starts.begin(), e, pos - 1) -
-                       starts.begin())
-                 : u32(std::upper_bound(starts.begin(), e, pos - 1) -
-                       starts.begin() - 1);
+    auto const b = starts.begin(), e = starts.end() - 1;
+    return u32(after ? std::lower_bound(b, e, pos - 1) - b
+                     : std::upper_bound(b, e, pos - 1) - b - 1);
   }
   // The first character start (1-based) at or after s where ok(start), or
   // (back) the last at or before s; 0 for none or s 0.
@@ -80,16 +93,13 @@ struct Model {
         hit = starts[i] + 1;
     return hit;
   }
-  // startSearch() and startBackwardsSearch() for a pattern of need bytes.
-  u32 fwd(u32 start, u32 need) const {
-    u32 const s = start ? start : 1;
-    return s > size() || need > size() - s + 1 ? 0 : scan(s, false, any);
+  // startSearch() or (back) startBackwardsSearch() for need bytes.
+  u32 from(u32 start, u32 need, bool back) const {
+    u32 const s = back ? std::min(start, size() - need + 1) : start ? start : 1;
+    if (back ? need > size() : s > size() || need > size() - s + 1)
+      return 0;
+    return scan(s, back, [](u32) { return true; });
   }
-  u32 bwd(u32 start, u32 need) const {
-    return need > size() ? 0
-                         : scan(std::min(start, size() - need + 1), true, any);
-  }
-  static bool any(u32) { return true; }
   // Characters [first, limit) that fit in width bytes, then pad.
   std::string field(u32 first, u32 limit, u32 width, char pad) const {
     std::string out;
@@ -143,30 +153,22 @@ u32 search(Case const& c, u32 op, u32 a) {
     return pl == 1 ? t[q - 1] == p[0]
                    : std::count(set.begin(), set.end(), m.chars[m.at(q)]) > 0;
   };
-  auto const out = [&](u32 q) { return !in(q); };
-  bool const back = op == 1 || op == 4 || op == 5;
-  u32 const s = back ? m.bwd(a, op == 1 ? pl : 1) : m.fwd(a, op ? 1 : pl);
+  bool const back = op == 1 || op == 4 || op == 5, but = op == 3 || op == 5;
+  u32 const s = m.from(a, op < 2 ? pl : 1, back);
   u32 hits = 0;
-  switch (op) {
-  case 0:
-    return pl == 1 ? search(c, 2, a) : s && pl ? m.scan(s, false, at) : 0;
-  case 1:
-    return s && pl ? m.scan(s, true, at) : 0;
-  case 2:
-  case 4:
-    return s && pl ? m.scan(s, back, in) : 0;
-  case 3: // a set of one byte is passed byte by byte
-    for (u32 q = s; pl == 1 && q && q <= m.size(); ++q)
-      if (t[q - 1] != p[0])
-        return q;
-    return s == 0 || pl == 0 ? s : pl == 1 ? 0 : m.scan(s, false, out);
-  case 5:
-    return s == 0 || pl == 0 ? s : m.scan(s, true, out);
-  default: // occurrences, each behind the previous
-    for (u32 hit = search(c, 0, a); hit; hit = search(c, 0, hit + pl))
-      ++hits;
-    return hits;
-  }
+  if (op == 0 && pl == 1)
+    return search(c, 2, a);
+  for (u32 q = s; op == 3 && pl == 1 && q && q <= m.size(); ++q)
+    if (t[q - 1] != p[0]) // a set of one byte is passed byte by byte
+      return q;
+  for (u32 hit = op == 6 ? search(c, 0, a) : 0; hit;
+       hit = search(c, 0, hit + pl))
+    ++hits; // occurrences, each behind the previous
+  if (op == 6 || !s || !pl)
+    return op == 6 ? hits : but ? s : 0;
+  return op == 3 && pl == 1 ? 0 : m.scan(s, back, [&](u32 q) {
+    return op < 2 ? at(q) : in(q) != but;
+  });
 }
 
 // The predicate searches: flag 1 tests wide values, flag 0 the first byte
@@ -180,8 +182,8 @@ std::string predicates(Case const& c, int (*test)(int)) {
                            : test(static_cast<signed char>(m.t[q - 1]))));
     };
   };
-  u32 const s = c.flag ? (c.a ? c.a : 1) : m.fwd(c.a, 1);
-  u32 const e = c.flag ? std::min(c.a, m.size()) : m.bwd(c.a, 1);
+  u32 const s = c.flag ? (c.a ? c.a : 1) : m.from(c.a, 1, false);
+  u32 const e = c.flag ? std::min(c.a, m.size()) : m.from(c.a, 1, true);
   u32 anyOf = 0;
   for (u32 q = s; !c.flag && q && q <= m.size() && !anyOf; ++q)
     anyOf = is(true)(q) ? q : 0;
@@ -352,7 +354,7 @@ std::string byteScans(Case const& c, bool model) {
   std::string d(c.m.size(), "07aF\x80"[c.b % 5]);
   if (!d.empty())
     d[c.a % d.size()] = c.m.t[c.a % d.size()];
-  char const* const g = dmodel::guardedCopy(1, d);
+  char const* const g = guardedCopy(1, d);
   u32 const n = u32(d.size());
   if (model)
     return num(d.empty() ? 0 : d.find_first_not_of(d[0]) + 1) +
@@ -362,24 +364,35 @@ std::string byteScans(Case const& c, bool model) {
          num(isAllDigits(g, n)) + num(isAllHexDigits(g, n));
 }
 
-// The character walk on any bytes; the position mappings, which see bad
-// bytes their own way: the first invalid sequence starts the last
-// character they know, whose bytes map to nothing, and a lead cut off by
-// the end is one character; on valid text the padded extractions.
-void checkCharacters(DString const& s, Model const& m) {
+// The character walk on any bytes (static forms and set members on valid
+// text); the position mappings, which see bad bytes their own way: the
+// first invalid sequence starts the last character they know, whose bytes
+// map to nothing, and a lead cut off by the end is one character; on valid
+// text the padded extractions.
+void checkCharacters(DString const& s, Case const& c, char const* set) {
+  Model const& m = c.m;
   auto const& buf = *static_cast<DDBCSBuffer const*>(s.buffer());
   char const* const text = s;
   std::mbstate_t state{};
   u32 const n = m.size();
+  std::string got = num(buf.charType(0)) + num(buf.next(text + n) - text);
+  std::string want = num(0) + num(n + 1);
   for (u32 k = 0; k < m.count(); ++k) {
     u32 const at = m.starts[k], size = u32(m.chars[k].size());
     for (u32 j = 0; j < size; ++j)
-      if (buf.charType(at + j + 1) != (size == 1 ? 0 : int(j + 1)))
-        dfuzz::fail("charType", show(m.t) + " at " + num(at + j + 1));
-    if (buf.next(text + at) != text + at + size ||
-        buf.prevCharLength(at + size + 1) != size ||
-        buf.charLength(at + 1, &state) != size)
-      dfuzz::fail("character walk", show(m.t) + " at " + num(at + 1));
+      got += num(buf.charType(at + j + 1)), want += num(size == 1 ? 0 : j + 1);
+    got += num(buf.next(text + at) - text) +
+           num(buf.charLength(at + 1, &state)) +
+           num(buf.prevCharLength(at + size + 1));
+    want += num(at + size) + num(size) + num(size);
+    if (m.valid && c.pm.valid) {
+      Chars const& in = c.pm.chars;
+      got += num(DDBCSBuffer::isSBC(text + at, &state)) +
+             num(DDBCSBuffer::charLength(text + at, &state)) +
+             num(buf.isCharValid(at + 1, set, c.pm.size()));
+      want += num(size == 1) + num(size) +
+              num(std::count(in.begin(), in.end(), m.chars[k]) > 0);
+    }
   }
   std::vector<u32> st(m.starts.begin(), m.starts.end() - 1);
   u32 known = n;
@@ -393,8 +406,6 @@ void checkCharacters(DString const& s, Model const& m) {
                 : st[bad];
   }
   u32 const chars = u32(st.size());
-  st.push_back(n);
-  std::string got, want;
   for (u32 k = 0; k <= chars + 1; ++k)
     got += num(findBytePos(text, n, k)),
         want += num(n < 2             ? k == 1
@@ -403,10 +414,7 @@ void checkCharacters(DString const& s, Model const& m) {
   std::vector<char> out(2 * n + 16);
   for (u32 pos = 0; pos <= n + 1; ++pos) {
     bool const inside = pos >= 1 && pos <= known;
-    u32 const k =
-        inside ? u32(std::upper_bound(st.begin(), st.end() - 1, pos - 1) -
-                     st.begin() - 1)
-               : 0;
+    u32 const k = inside ? std::min(m.at(pos), chars - 1) : 0;
     u32 const start = inside ? st[k] + 1 : 0;
     u32 const next = inside && k + 1 < chars ? st[k + 1] + 1 : 0;
     want += num(inside ? k + 1 : 0) +
@@ -429,32 +437,31 @@ void checkCharacters(DString const& s, Model const& m) {
     }
   }
   if (got != want)
-    dfuzz::fail("position mapping",
-                show(m.t) + " gave " + got + "want " + want);
+    dfuzz::fail("characters", show(m.t) + " gave " + got + "want " + want);
 }
 
-// Sample characters of each locale's character set, split at '|' ('['
-// follows the capital letters). In
-// GB18030 U+20087 twice: four bytes that convert back as the two after.
+// Sample characters of each locale's character set after a part of its
+// name, split at '|' ('[' follows the capital letters). In GB18030 U+20087
+// twice: four bytes that convert back as the two after.
 Chars const& pieces() {
-  static std::string const name =
-      std::getenv("ZYN_FUZZ_LOCALE") ? std::getenv("ZYN_FUZZ_LOCALE") : "";
-  static std::string const all =
-      name.find("eucJP") != std::string::npos
-          ? "a|b| |\t|\xA4\xA2|\xB0\xA1|\x8E\xB1|\x8F\xB0\xA1|A|*|?|\xA6\xC1|"
-            "\xA1\xA1|[|7"
-      : name.find("18030") != std::string::npos
-          ? "a|b| "
-            "|\t|\xD6\xD0|\x81\x30\x81\x30|\xA1\xA1|\x95\x32\x82\x36|A|*|?|"
-            "\xA6\xC1|\x81\x61|[|7|\x81\x30\x86\x38|\x95\x32\x90\x31|\xFE\x51"
-          : "a|b| "
-            "|\t|\xC3\xA9|\xE3\x81\x82|\xF0\x9F\x98\x80|\xE4\xB8\xAD|A|*|?|"
-            "\xCE\xB1|\xE3\x80\x80|[|7";
   static Chars const chars = [] {
-    Chars out(1);
-    for (char ch : all)
-      ch == '|' ? out.emplace_back() : (out.back() += ch);
-    return out;
+    char const* const env = std::getenv("ZYN_FUZZ_LOCALE");
+    for (
+        std::string const row :
+        {"eucJP|a|b| "
+         "|\t|\xA4\xA2|\xB0\xA1|\x8E\xB1|\x8F\xB0\xA1|A|*|?|\xA6\xC1|"
+         "\xA1\xA1|[|7",
+         "18030|a|b| |\t|\xD6\xD0|\x81\x30\x81\x30|\xA1\xA1|\x95\x32\x82\x36|A|"
+         "*|?|\xA6\xC1|\x81\x61|[|7|\x81\x30\x86\x38|\x95\x32\x90\x31|\xFE\x51",
+         "UTF-8|a|b| |\t|\xC3\xA9|\xE3\x81\x82|\xF0\x9F\x98\x80|\xE4\xB8\xAD|A|"
+         "*|?|\xCE\xB1|\xE3\x80\x80|[|7"}) {
+      Chars out(1);
+      for (char ch : row)
+        ch == '|' ? out.emplace_back() : (out.back() += ch);
+      if (out[0] == "UTF-8" || (env && std::strstr(env, out[0].c_str())))
+        return Chars(out.begin() + 1, out.end());
+    }
+    return Chars();
   }();
   return chars;
 }
@@ -491,14 +498,14 @@ void runOne(dfuzz::Input& in) {
   std::string const what = " on " + show(t) + " arg " + show(p) + " " +
                            show(q) + " a " + num(a) + "b " + num(b) + "flag " +
                            num(flag);
-  if (n <= 300)
-    checkCharacters(s, m);
   DBuffer const* const buf = s.buffer();
-  if (buf->startSearch(b, pl) != m.fwd(b, pl) ||
-      buf->startBackwardsSearch(b, pl) != m.bwd(b, pl))
+  if (buf->startSearch(b, pl) != m.from(b, pl, false) ||
+      buf->startBackwardsSearch(b, pl) != m.from(b, pl, true))
     dfuzz::fail("startSearch", what);
-  char const* const pd = dmodel::guardedCopy(0, p);
-  char const* const qd = dmodel::guardedCopy(1, q);
+  char const* const pd = guardedCopy(0, p);
+  char const* const qd = guardedCopy(1, q);
+  if (n <= 300)
+    checkCharacters(s, c, pd);
   u32 const op = in.upTo(26), start = c.start;
   DString r(s);
   std::string got;                 // an op's answer (or the edited text)
@@ -609,18 +616,10 @@ void runOne(dfuzz::Input& in) {
                 num(op) + what + " gave " + show(bytes(r)));
 }
 
-#if defined(__GNUC__)
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
-#endif
 // Invalid input raises message 1012 often; its reports are dropped.
-class QuietTrace : public DException::TraceFn {
-public:
+struct QuietTrace final : DException::TraceFn {
   void write(char const*) override {}
 };
-#if defined(__GNUC__)
-#pragma GCC diagnostic pop
-#endif
 
 } // namespace
 

@@ -1,0 +1,239 @@
+// The multibyte suites, run in each multibyte test locale, for what
+// generated inputs do not reach (fuzz_mb checks searches, edits, classes,
+// the walk, the collation of valid text and stream input against models):
+// the buffer classes, where bad bytes raise 1012, which buffer an edit
+// leaves, throwing predicates and the comparison of bad bytes.
+#include "ddbcsb.hpp"
+#include "dnlsutil.hpp"
+#include "dtest_support.hpp"
+
+#include <functional>
+#include <malloc.h>
+
+using dtest::bytes;
+using dtest::len;
+using dtest::make;
+using Edit = std::function<void(DString&)>;
+
+namespace {
+
+struct Mb {
+  std::string wide;      // a character of three or four bytes
+  std::string two;       // a character of two bytes
+  std::string truncated; // a lead cut short (valid only at the text's end)
+  std::vector<std::string> invalid; // sequences that start no character
+};
+
+// The samples of the current locale (codeset, wide, two, truncated, then
+// the invalid sequences), or null outside the test locales.
+Mb const* mbSamples() {
+  static Mb samples;
+  for (std::string const row :
+       {"UTF-8|\xF0\x9F\x98\x80|\xC3\xA9|\xE3\x81|\x80|\xC0\xAF|\xFF|"
+        "\xED\xA0\x80",
+        "EUC-JP|\x8F\xB0\xA1|\xA4\xA2|\x8F\xB0|\xFF|\xA4\x41|\x8E\x41",
+        "GB18030|\x81\x30\x86\x38|\xD6\xD0|\x81\x30\x81|\x80|\xFF|"
+        "\x81\x30\x20"}) {
+    std::vector<std::string> f(1);
+    for (char c : row)
+      c == '|' ? f.emplace_back() : (f.back() += c);
+    if (MB_CUR_MAX > 1 && dtest::localeIs(f[0].c_str()))
+      return &(samples = {f[1], f[2], f[3], {f.begin() + 4, f.end()}});
+  }
+  return nullptr;
+}
+
+int isStar(int c) {
+  return c == '*';
+}
+
+} // namespace
+
+/// Skips the test outside the multibyte test locales; else binds \p name.
+#define DTEST_MB(name)                                                         \
+  Mb const* const name##p = mbSamples();                                       \
+  if (name##p == nullptr)                                                      \
+    GTEST_SKIP() << "not a multibyte test locale";                             \
+  [[maybe_unused]] Mb const& name = *name##p
+
+TEST(MbFactory, BufferClassesAndAllocate) {
+  DTEST_MB(c);
+  DString const text("abc");
+  EXPECT_STREQ("DDBCSBuffer", DString().buffer()->className());
+  EXPECT_EQ(DBuffer::defaultBuffer(), text.buffer()->null());
+  // The single-byte buffer asks MB_CUR_MAX at each call; the multibyte
+  // class always makes its own kind.
+  std::string const saved = std::setlocale(LC_CTYPE, nullptr);
+  for (char const* locale : {"", "C"}) {
+    std::setlocale(LC_CTYPE, *locale ? locale : saved.c_str());
+    for (DBuffer const* b : {DBuffer::nullDBuffer, text.buffer()}) {
+      DBuffer* const made = b->allocate(3);
+      EXPECT_STREQ(*locale && b == DBuffer::nullDBuffer ? "DBuffer"
+                                                        : "DDBCSBuffer",
+                   made->className());
+      EXPECT_EQ(3u, made->length() * made->useCount());
+      made->removeRef();
+      DBuffer* const e = b->newBuffer(nullptr, 0, nullptr, 0, nullptr, 0, ' ');
+      EXPECT_EQ(b->null(), e);
+      e->removeRef();
+    }
+  }
+  std::setlocale(LC_CTYPE, saved.c_str());
+  dtest::RecordingTrace trace;
+  EXPECT_DEXCEPTION(DBuffer::defaultBuffer()->allocate(0xFFFFFFE7u),
+                    DInvalidRequest, 1010, true, "dbuffer0", 561);
+}
+
+// Segments holding bytes that are no characters compare by their bytes,
+// without a report.
+TEST(MbCompare, BadBytesCompareAsBytes) {
+  DTEST_MB(c);
+  std::string const bad = c.invalid[0], cut = "ab" + c.truncated;
+  std::tuple<std::string, std::string, unsigned int> const rows[] = {
+      {"a" + bad + "a", "a" + bad + "b", 2},
+      {bad, bad, 0},
+      {"a" + bad + "b", "a" + bad + "a", 1},
+      {cut, cut + "x", 2}};
+  dtest::RecordingTrace trace;
+  dtest::I18NState const flag(1);
+  for (auto const& [a, b, want] : rows)
+    EXPECT_EQ(want, make(a).buffer()->compare(b.data(), len(b)))
+        << testing::PrintToString(a) << " " << testing::PrintToString(b);
+  EXPECT_EQ(0, trace.logged);
+}
+
+// Where each conversion raises 1012, what the padded extractions do around
+// bad bytes, and the one error of the conversion back to bytes.
+TEST(MbNlsUtil, InvalidSequencesRaise) {
+  DTEST_MB(c);
+  dtest::RecordingTrace trace;
+  wchar_t out[32];
+  char bytes[32] = {};
+  std::string const cut = "ab" + c.truncated;
+  for (std::string const& bad : c.invalid) {
+    std::string const t = "a" + bad + "b";
+    EXPECT_DEXCEPTION(cvtMBS2WCS(t.data(), len(t), out), DInvalidRequest, 1012,
+                      false, "dnlsutil", 725);
+    EXPECT_DEXCEPTION(DWBuffer(t.data(), len(t)), DInvalidRequest, 1012, false,
+                      "dnlsutil", 725);
+  }
+  EXPECT_DEXCEPTION(cvtMBS2WCS(cut.data(), len(cut), out), DInvalidRequest,
+                    1012, false, "dnlsutil", 760);
+  // With its terminator in reach the cut lead is plainly invalid.
+  EXPECT_DEXCEPTION(DWBuffer w(cut.c_str()), DInvalidRequest, 1012, false,
+                    "dnlsutil", 725);
+  std::mbstate_t state{};
+  EXPECT_DEXCEPTION(cvtMB2WC(c.wide.data(), 1, out, &state), DInvalidRequest,
+                    1012, false, "dnlsutil", 760);
+  state = std::mbstate_t{};
+  EXPECT_EQ(1u, cvtMB2WC("\0z", 2, out, &state)); // a NUL is one byte
+  EXPECT_GE(trace.logged, 4); // each was reported before it was thrown
+  // Bad bytes before the start: no character number, so all pad; after it
+  // the conversion of the text raises.
+  std::string const before = "a" + c.invalid[0] + "bc";
+  std::memset(bytes, '?', sizeof bytes);
+  EXPECT_EQ(2u, getRemainString(before.data(), len(before), len(before) - 1,
+                                '*', bytes));
+  EXPECT_EQ("**?", std::string(bytes, 3));
+  getSubString(before.data(), len(before), len(before) - 1, '*', bytes, 3);
+  EXPECT_EQ("***", std::string(bytes, 3));
+  std::string const after = "ab" + c.invalid[0];
+  EXPECT_DEXCEPTION(getRemainString(after.data(), len(after), 1, '*', bytes),
+                    DInvalidRequest, 1012, false, "dnlsutil", 725);
+  EXPECT_DEXCEPTION(getSubString(cut.data(), len(cut), 2, '*', bytes, 4),
+                    DInvalidRequest, 1012, false, "dnlsutil", 760);
+  // A wide value with no bytes: recoverable, id 0, what was written stays.
+  wchar_t const w[] = {L'a', static_cast<wchar_t>(0xD800)};
+  for (int padded : {1, 0})
+    EXPECT_DEXCEPTION(cvtWCS2MBS(w, 2, bytes, 16, padded, '*'), DInvalidRequest,
+                      0, true, "dnlsutil", 880);
+  EXPECT_EQ('a', bytes[0]);
+  // Null arguments answer 0.
+  EXPECT_EQ(0u, cvtMBS2WCS(nullptr, 3, out) + cvtMBS2WCS("abc", 3, nullptr) +
+                    cvtWCS2MBS(nullptr, 1, bytes, 4, 1, '*') +
+                    cvtWCS2MBS(L"a", 1, nullptr, 4, 1, '*') +
+                    findBytePos(nullptr, 3, 1) + findCharNum(nullptr, 3, 1) +
+                    findNextCharNum(nullptr, 3, 1) + findCurPos(nullptr, 3, 1) +
+                    findNextPos(nullptr, 3, 1));
+}
+
+// Flag 1 edits wide text, so bad bytes raise (flag 0 never raises: fuzz_mb).
+TEST(MbEdit, BadBytesRaiseWithTheWideStrategy) {
+  DTEST_MB(c);
+  Edit const edits[] = {
+      [](DString& s) { s.leftJustify(4, '*'); },
+      [](DString& s) { s.center(3, '*'); },
+      [](DString& s) { s.insert("X", 1, 2, '*'); },
+      [](DString& s) { s.overlayWith("X", 1, 2, '*'); },
+      [](DString& s) { s.reverse(); }, [](DString& s) { s.upperCase(); },
+      [](DString& s) { s.strip("a", 1, DStringEnum::both); },
+      [](DString& s) { s.strip(DStringTest(isStar), DStringEnum::both); },
+      [](DString& s) { s.translate("a", 1, "b", 1, '*'); },
+      [](DString& s) { s = s.subString(1, 3, '*'); },
+      [](DString& s) { s.indexOfAnyOf(DStringTest(isStar), 1); },
+      // An invalid argument raises too.
+      [](DString& s) { s = "abc", s.insert("\xFF", 1, 1, '*'); }};
+  dtest::RecordingTrace trace;
+  dtest::I18NState const flag(1);
+  std::string const bad = "ab\xFF" + c.wide + "cd";
+  for (Edit const& edit : edits) {
+    DString s = make(bad);
+    EXPECT_DEXCEPTION(edit(s), DInvalidRequest, 1012, false, "dnlsutil", 725);
+  }
+  // Backwards, the character number is looked up first; with a bad byte
+  // before the start there is none: 0, no conversion.
+  EXPECT_EQ(0u, make(bad).lastIndexOfAnyBut(DStringTest(isStar), ~0u));
+}
+
+TEST(MbEdit, ResultBuffers) {
+  DTEST_MB(c);
+  std::string const w = c.wide;
+  // Flag, text, edit, whether the unshared buffer is kept.
+  std::tuple<int, std::string, Edit, bool> const rows[] = {
+      {0, "ab" + w, [](DString& s) { s.upperCase(); }, true}, // in place
+      {0, w, [](DString& s) { s.upperCase(); }, true},        // no letter
+      {1, w, [](DString& s) { s.upperCase(); }, false},
+      {0, w, [](DString& s) { s.translate("a", 1, "X", 1); }, false},
+      {0, "a" + w, [](DString& s) { s.strip(DStringTest(isStar)); }, true}};
+  for (auto const& [flag, text, edit, kept] : rows) {
+    dtest::I18NState const state(flag);
+    DString s = make(text);
+    DBuffer const* const before = s.buffer();
+    edit(s);
+    EXPECT_EQ(kept, s.buffer() == before) << testing::PrintToString(text);
+  }
+  // Everything stripped: the shared empty buffer, except trailing only
+  // with flag 0, which makes a new empty one.
+  for (int flag : {0, 1})
+    for (auto mode :
+         {DStringEnum::leading, DStringEnum::both, DStringEnum::trailing}) {
+      dtest::I18NState const state(flag);
+      DString s = make(w + w);
+      s.strip(w.data(), len(w), mode);
+      EXPECT_EQ(flag == 0 && mode == DStringEnum::trailing,
+                DBuffer::defaultBuffer() != s.buffer());
+      EXPECT_EQ("", bytes(s));
+    }
+}
+
+TEST(MbEdit, ThrowingPredicatesLeakNothing) {
+  DTEST_MB(c);
+  std::string text;
+  for (int i = 0; i < 1000; ++i)
+    text += c.wide;
+  dtest::I18NState const flag(1);
+  DStringTest const thrower([](int) -> int { throw 7; });
+  auto const run = [&] {
+    for (int i = 0; i < 40; ++i) {
+      DString s = make(text);
+      EXPECT_THROW(s.indexOfAnyOf(thrower, 1), int);
+      EXPECT_THROW(s.lastIndexOfAnyBut(thrower, ~0u), int);
+      EXPECT_THROW(s.strip(thrower, DStringEnum::both), int);
+    }
+  };
+  run(); // warm up whatever the C++ runtime keeps
+  std::size_t const before = mallinfo2().uordblks;
+  run();
+  // 120 lost wide copies would be over a megabyte (0 under ASan).
+  EXPECT_LT(mallinfo2().uordblks, before + 64 * 1024);
+}
