@@ -51,32 +51,6 @@ DStringTest const star([](int c) { return int(c == '*'); });
     GTEST_SKIP() << "not a multibyte test locale";                             \
   [[maybe_unused]] Mb const& name = *name##p
 
-// The multibyte class makes its own kind whatever the locale; the
-// single-byte one asks MB_CUR_MAX at each call.
-TEST(MbFactory, BufferClassesAndAllocate) {
-  DTEST_MB(c);
-  DString const text("abc");
-  DBuffer const* const mb = text.buffer();
-  EXPECT_EQ(DBuffer::defaultBuffer(), mb->null());
-  std::string const saved = std::setlocale(LC_CTYPE, nullptr);
-  for (char const* locale : {saved.c_str(), "C"})
-    for (DBuffer const* b :
-         {static_cast<DBuffer const*>(DBuffer::nullDBuffer), mb}) {
-      std::setlocale(LC_CTYPE, locale);
-      DBuffer* const made = b->allocate(3);
-      bool const single = b == DBuffer::nullDBuffer && locale != saved.c_str();
-      EXPECT_STREQ(single ? "DBuffer" : "DDBCSBuffer", made->className());
-      EXPECT_EQ(3u, made->length() * made->useCount());
-      EXPECT_EQ(b->null(),
-                b->newBuffer(nullptr, 0, nullptr, 0, nullptr, 0, ' '));
-      made->removeRef(), b->null()->removeRef();
-    }
-  std::setlocale(LC_CTYPE, saved.c_str());
-  dtest::RecordingTrace trace;
-  EXPECT_DEXCEPTION(DBuffer::defaultBuffer()->allocate(0xFFFFFFE7u),
-                    DInvalidRequest, 1010, true, "dbuffer0", 561);
-}
-
 // Segments holding bytes that are no characters compare by their bytes,
 // without a report.
 TEST(MbCompare, BadBytesCompareAsBytes) {
@@ -95,34 +69,62 @@ TEST(MbCompare, BadBytesCompareAsBytes) {
   EXPECT_EQ(0, trace.logged);
 }
 
-// Where each conversion raises 1012, what the padded extractions do around
-// bad bytes, and the one error of the conversion back to bytes.
-TEST(MbNlsUtil, InvalidSequencesRaise) {
+// Bad bytes raise 1012 where they are found (725: a sequence that starts
+// no character, 760: one cut off by the end); flag 1 edits wide text, so
+// they raise from edits too (in the text or the argument; flag 0 never
+// raises: fuzz_mb).
+TEST(MbNlsUtil, BadBytesRaiseWhereFound) {
   DTEST_MB(c);
-  dtest::RecordingTrace trace;
+  std::string const bad = "ab\xFF" + c.wide + "cd", cut = "ab" + c.truncated;
+  std::string const after = "ab" + c.invalid[0];
   wchar_t out[32];
   char bytes[32] = {};
-  std::string const cut = "ab" + c.truncated;
-  for (std::string const& bad : c.invalid) {
-    std::string const t = "a" + bad + "b";
-    EXPECT_DEXCEPTION(cvtMBS2WCS(t.data(), len(t), out), DInvalidRequest, 1012,
-                      false, "dnlsutil", 725);
-    EXPECT_DEXCEPTION(DWBuffer(t.data(), len(t)), DInvalidRequest, 1012, false,
-                      "dnlsutil", 725);
-  }
-  EXPECT_DEXCEPTION(cvtMBS2WCS(cut.data(), len(cut), out), DInvalidRequest,
-                    1012, false, "dnlsutil", 760);
-  // With its terminator in reach the cut lead is plainly invalid.
-  EXPECT_DEXCEPTION(DWBuffer w(cut.c_str()), DInvalidRequest, 1012, false,
-                    "dnlsutil", 725);
   std::mbstate_t state{};
-  EXPECT_DEXCEPTION(cvtMB2WC(c.wide.data(), 1, out, &state), DInvalidRequest,
-                    1012, false, "dnlsutil", 760);
+  using Raise = std::tuple<int, std::function<void()>, int>; // flag, line
+  std::vector<Raise> rows = {
+      {0, [&] { cvtMBS2WCS(cut.data(), len(cut), out); }, 760},
+      {0, [&] { DWBuffer w(cut.c_str()); }, 725}, // its NUL in reach
+      {0, [&] { cvtMB2WC(c.wide.data(), 1, out, &state); }, 760},
+      {0, [&] { getRemainString(after.data(), len(after), 1, '*', bytes); },
+       725},
+      {0, [&] { getSubString(cut.data(), len(cut), 2, '*', bytes, 4); }, 760}};
+  for (std::string const& seq : c.invalid) {
+    std::string const t = "a" + seq + "b";
+    rows.push_back({0, [t, &out] { cvtMBS2WCS(t.data(), len(t), out); }, 725});
+    rows.push_back({0, [t] { DWBuffer(t.data(), len(t)); }, 725});
+  }
+  for (Edit const& edit : std::vector<Edit>{
+           [](DString& s) { s.leftJustify(4, '*'); },
+           [](DString& s) { s.center(3, '*'); },
+           [](DString& s) { s.insert("X", 1, 2, '*'); },
+           [](DString& s) { s.overlayWith("X", 1, 2, '*'); },
+           [](DString& s) { s.reverse(); }, [](DString& s) { s.upperCase(); },
+           [](DString& s) { s.strip("a", 1, DStringEnum::both); },
+           [](DString& s) { s.strip(star, DStringEnum::both); },
+           [](DString& s) { s.translate("a", 1, "b", 1, '*'); },
+           [](DString& s) { s = s.subString(1, 3, '*'); },
+           [](DString& s) { s.indexOfAnyOf(star, 1); },
+           [](DString& s) { s = "abc", s.insert("\xFF", 1, 1, '*'); }})
+    rows.push_back({1,
+                    [&bad, edit] {
+                      DString s = make(bad);
+                      edit(s);
+                    },
+                    725});
+  dtest::RecordingTrace trace;
+  for (auto const& [flag, raise, line] : rows) {
+    dtest::I18NState const state(flag);
+    EXPECT_DEXCEPTION(raise(), DInvalidRequest, 1012, false, "dnlsutil", line);
+  }
+  EXPECT_GE(trace.logged, int(rows.size())); // each reported, then thrown
   state = std::mbstate_t{};
   EXPECT_EQ(1u, cvtMB2WC("\0z", 2, out, &state)); // a NUL is one byte
-  EXPECT_GE(trace.logged, 4); // each was reported before it was thrown
-  // Bad bytes before the start: no character number, so all pad; after it
-  // the conversion of the text raises.
+  // Backwards, the character number is looked up first; with a bad byte
+  // before the start there is none: 0, no conversion.
+  dtest::I18NState const flag(1);
+  EXPECT_EQ(0u, make(bad).lastIndexOfAnyBut(star, ~0u));
+  // Bad bytes before the start of an extraction: no character number, so
+  // all pad.
   std::string const before = "a" + c.invalid[0] + "bc";
   std::memset(bytes, '?', sizeof bytes);
   EXPECT_EQ(2u, getRemainString(before.data(), len(before), len(before) - 1,
@@ -130,11 +132,6 @@ TEST(MbNlsUtil, InvalidSequencesRaise) {
   EXPECT_EQ("**?", std::string(bytes, 3));
   getSubString(before.data(), len(before), len(before) - 1, '*', bytes, 3);
   EXPECT_EQ("***", std::string(bytes, 3));
-  std::string const after = "ab" + c.invalid[0];
-  EXPECT_DEXCEPTION(getRemainString(after.data(), len(after), 1, '*', bytes),
-                    DInvalidRequest, 1012, false, "dnlsutil", 725);
-  EXPECT_DEXCEPTION(getSubString(cut.data(), len(cut), 2, '*', bytes, 4),
-                    DInvalidRequest, 1012, false, "dnlsutil", 760);
   // A wide value with no bytes: recoverable, id 0, what was written stays.
   wchar_t const w[] = {L'a', static_cast<wchar_t>(0xD800)};
   for (int padded : {1, 0})
@@ -150,46 +147,24 @@ TEST(MbNlsUtil, InvalidSequencesRaise) {
                     findNextPos(nullptr, 3, 1));
 }
 
-// Which buffer an edit leaves; flag 1 edits wide text, so bad bytes (in
-// the text or the argument) raise. (Flag 0 never raises: fuzz_mb.)
-TEST(MbEdit, ResultBuffersAndBadBytes) {
+// Which buffer an edit leaves.
+TEST(MbEdit, ResultBuffers) {
   DTEST_MB(c);
-  std::string const w = c.wide, bad = "ab\xFF" + w + "cd";
-  enum { raises, fresh, kept };
-  std::tuple<int, std::string, Edit, int> const rows[] = {
-      {0, "ab" + w, [](DString& s) { s.upperCase(); }, kept}, // in place
-      {0, w, [](DString& s) { s.upperCase(); }, kept},        // no letter
-      {1, w, [](DString& s) { s.upperCase(); }, fresh},
-      {0, w, [](DString& s) { s.translate("a", 1, "X", 1); }, fresh},
-      {0, "a" + w, [](DString& s) { s.strip(star); }, kept},
-      {1, bad, [](DString& s) { s.leftJustify(4, '*'); }, raises},
-      {1, bad, [](DString& s) { s.center(3, '*'); }, raises},
-      {1, bad, [](DString& s) { s.insert("X", 1, 2, '*'); }, raises},
-      {1, bad, [](DString& s) { s.overlayWith("X", 1, 2, '*'); }, raises},
-      {1, bad, [](DString& s) { s.reverse(); }, raises},
-      {1, bad, [](DString& s) { s.upperCase(); }, raises},
-      {1, bad, [](DString& s) { s.strip("a", 1, DStringEnum::both); }, raises},
-      {1, bad, [](DString& s) { s.strip(star, DStringEnum::both); }, raises},
-      {1, bad, [](DString& s) { s.translate("a", 1, "b", 1, '*'); }, raises},
-      {1, bad, [](DString& s) { s = s.subString(1, 3, '*'); }, raises},
-      {1, bad, [](DString& s) { s.indexOfAnyOf(star, 1); }, raises},
-      {1, "abc", [](DString& s) { s.insert("\xFF", 1, 1, '*'); }, raises}};
-  dtest::RecordingTrace trace;
-  for (auto const& [flag, text, edit, outcome] : rows) {
+  std::string const w = c.wide;
+  // Flag, text, edit, whether the unshared buffer is kept.
+  std::tuple<int, std::string, Edit, bool> const rows[] = {
+      {0, "ab" + w, [](DString& s) { s.upperCase(); }, true}, // in place
+      {0, w, [](DString& s) { s.upperCase(); }, true},        // no letter
+      {1, w, [](DString& s) { s.upperCase(); }, false},
+      {0, w, [](DString& s) { s.translate("a", 1, "X", 1); }, false},
+      {0, "a" + w, [](DString& s) { s.strip(star); }, true}};
+  for (auto const& [flag, text, edit, kept] : rows) {
     dtest::I18NState const state(flag);
     DString s = make(text);
     DBuffer const* const before = s.buffer();
-    if (outcome == raises) {
-      EXPECT_DEXCEPTION(edit(s), DInvalidRequest, 1012, false, "dnlsutil", 725);
-    } else {
-      edit(s);
-      EXPECT_EQ(outcome == kept, s.buffer() == before) << text;
-    }
+    edit(s);
+    EXPECT_EQ(kept, s.buffer() == before) << text;
   }
-  // Backwards, the character number is looked up first; with a bad byte
-  // before the start there is none: 0, no conversion.
-  dtest::I18NState const flag(1);
-  EXPECT_EQ(0u, make(bad).lastIndexOfAnyBut(star, ~0u));
   // Everything stripped: the shared empty buffer, except trailing only
   // with flag 0, which makes a new empty one.
   for (int flag : {0, 1})
