@@ -57,7 +57,7 @@ struct Model {
   Chars chars;
   std::wstring wide;
   std::vector<u32> starts;
-  bool valid = true;
+  bool valid = true, cut = false;      // cut: a lead cut off by the end
   std::size_t wideCount = 0, ones = 0; // two or more columns; one byte
 
   explicit Model(std::string const& text) : t(text) {
@@ -66,7 +66,8 @@ struct Model {
       wchar_t w = 0;
       n = std::mbrtowc(&w, t.data() + i, t.size() - i, &state);
       if (n == std::size_t(-1) || n == std::size_t(-2))
-        valid = false, state = {}, n = 1, w = wchar_t(WEOF);
+        cut = valid ? n == std::size_t(-2) : cut, valid = false, state = {},
+        n = 1, w = wchar_t(WEOF);
       n = n ? n : 1;
       wideCount += n > 1 && wcwidth(w) >= 2, ones += n == 1;
       starts.push_back(u32(i)), chars.push_back(t.substr(i, n)), wide += w;
@@ -339,36 +340,23 @@ void checkCharacters(DString const& s, Model const& m) {
            num(DDBCSBuffer::isSBC(text + at, &state));
     want += num(at + size) + num(size) + num(size) + num(size) + num(size == 1);
   }
-  std::vector<u32> st(m.starts.begin(), m.starts.end() - 1);
-  u32 known = n;
   std::size_t const bad = m.wide.find(wchar_t(WEOF));
-  if (bad != std::wstring::npos) {
-    std::mbstate_t fresh{};
-    st.resize(bad + 1);
-    known = std::mbrtowc(nullptr, text + st[bad], n - st[bad], &fresh) ==
-                    std::size_t(-2)
-                ? n
-                : st[bad];
-  }
-  u32 const chars = u32(st.size());
+  u32 const chars = bad < m.count() ? u32(bad) + 1 : m.count();
+  u32 const known = bad < m.count() && !m.cut ? m.starts[bad] : n;
   for (u32 k = 0; k <= chars + 1; ++k)
     got += num(findBytePos(text, n, k)),
         want += num(n < 2             ? k == 1
-                    : k && k <= chars ? st[k - 1] + 1
+                    : k && k <= chars ? m.starts[k - 1] + 1
                                       : 0);
   for (u32 pos = 0; pos <= n + 1; ++pos) {
     bool const inside = pos >= 1 && pos <= known;
     u32 const k = inside ? std::min(m.at(pos), chars - 1) : 0;
-    u32 const start = inside ? st[k] + 1 : 0;
-    u32 const next = inside && k + 1 < chars ? st[k + 1] + 1 : 0;
-    want += num(inside ? k + 1 : 0) +
-            num(!inside        ? 0
-                : start == pos ? k + 1
-                : next         ? k + 2
-                               : 0) +
-            num(start) + num(next);
-    got += num(findCharNum(text, n, pos)) + num(findNextCharNum(text, n, pos)) +
-           num(findCurPos(text, n, pos)) + num(findNextPos(text, n, pos));
+    u32 const start = inside ? m.starts[k] + 1 : 0;
+    u32 const next = inside && k + 1 < chars ? m.starts[k + 1] + 1 : 0;
+    want += num(inside ? k + 1 : 0) + num(start) + num(next) +
+            num(inside && (start == pos || next) ? k + 1 + (start != pos) : 0);
+    got += num(findCharNum(text, n, pos)) + num(findCurPos(text, n, pos)) +
+           num(findNextPos(text, n, pos)) + num(findNextCharNum(text, n, pos));
   }
   if (got != want)
     dfuzz::fail("characters", show(m.t) + " gave " + got + "want " + want);
@@ -425,15 +413,13 @@ void runOne(dfuzz::Input& in) {
   bool const valid = m.valid && c.pm.valid && c.qm.valid;
   DString s(t.data(), n);
   DString const shared(s);
-  std::string const what = " on " + show(t) + " arg " + show(p) + " " +
-                           show(q) + " a " + num(a) + "b " + num(b) + "flag " +
-                           num(flag);
+  std::string const what = show(t) + show(p) + show(q) + " a, b, flag " +
+                           num(a) + num(b) + num(flag);
   DBuffer const* const buf = s.buffer();
   if (buf->startSearch(b, pl) != m.from(b, pl, false) ||
       buf->startBackwardsSearch(b, pl) != m.from(b, pl, true))
     dfuzz::fail("startSearch", what);
-  char const* const pd = guardedCopy(0, p);
-  char const* const qd = guardedCopy(1, q);
+  char const *const pd = guardedCopy(0, p), *const qd = guardedCopy(1, q);
   if (n <= 300)
     checkCharacters(s, m);
   u32 const op = in.upTo(26), start = c.start;
@@ -489,12 +475,13 @@ void runOne(dfuzz::Input& in) {
           got += num(g);
         (void)s.isLike(pd, pl, '*', '?'), (void)s.isAbbrevFor(pd, pl, 0);
         // Flag 0 compares bytes; flag 1 collates wide text without NULs
-        // (an empty side: the lengths decide).
+        // (an empty side: the lengths decide; bad bytes: the bytes). A lead
+        // cut off by the end is left out: its answer varies from run to run.
         unsigned int const order = buf->compare(pd, pl);
-        int by = flag && n && pl
+        int by = flag && n && pl && m.valid && c.pm.valid
                      ? std::wcscoll(m.wide.c_str(), c.pm.wide.c_str())
                      : t.compare(p);
-        if (!flag || (valid && (t + p).find('\0') == std::string::npos))
+        if (!flag || ((t + p).find('\0') == t.npos && !m.cut && !c.pm.cut))
           got += num(order), model += num(by < 0 ? 2 : by > 0 ? 1 : 0);
         want = model;
       },
@@ -527,9 +514,9 @@ void runOne(dfuzz::Input& in) {
     ops[op]();
   } catch (DException const& e) {
     // Only bad bytes raise: 1012 from the conversions, which the byte
-    // searches, remove, rightJustify, change and flag 0's edits never make;
-    // the handle keeps its value.
-    bool const converts = op == 8 || op >= 21 ||
+    // searches, the classes, remove, rightJustify, change and flag 0's
+    // edits never make; the handle keeps its value.
+    bool const converts = op == 8 || op >= 22 ||
                           (flag && op >= 7 && op < 20 && op != 16 && op != 18);
     auto const* where = e.locationAtIndex(e.locationCount() - 1);
     if (valid || !converts || e.errorId() != 1012 || bytes(r) != t ||

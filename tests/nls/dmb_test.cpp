@@ -1,8 +1,7 @@
 // The multibyte suites, run in each multibyte test locale, for what
 // generated inputs do not reach (fuzz_mb checks searches, edits, classes,
-// the walk, the collation of valid text and stream input against models):
-// the buffer classes, where bad bytes raise 1012, which buffer an edit
-// leaves, throwing predicates and the comparison of bad bytes.
+// the walk, collation and stream input against models): where bad bytes
+// raise 1012, which buffer an edit leaves, throwing predicates.
 #include "ddbcsb.hpp"
 #include "dnlsutil.hpp"
 #include "dtest_support.hpp"
@@ -50,24 +49,6 @@ DStringTest const star([](int c) { return int(c == '*'); });
   if (name##p == nullptr)                                                      \
     GTEST_SKIP() << "not a multibyte test locale";                             \
   [[maybe_unused]] Mb const& name = *name##p
-
-// Segments holding bytes that are no characters compare by their bytes,
-// without a report.
-TEST(MbCompare, BadBytesCompareAsBytes) {
-  DTEST_MB(c);
-  std::string const bad = c.invalid[0], cut = "ab" + c.truncated;
-  std::tuple<std::string, std::string, unsigned int> const rows[] = {
-      {"a" + bad + "a", "a" + bad + "b", 2},
-      {bad, bad, 0},
-      {"a" + bad + "b", "a" + bad + "a", 1},
-      {cut, cut + "x", 2}};
-  dtest::RecordingTrace trace;
-  dtest::I18NState const flag(1);
-  for (auto const& [a, b, want] : rows)
-    EXPECT_EQ(want, make(a).buffer()->compare(b.data(), len(b)))
-        << testing::PrintToString(a) << " " << testing::PrintToString(b);
-  EXPECT_EQ(0, trace.logged);
-}
 
 // Bad bytes raise 1012 where they are found (725: a sequence that starts
 // no character, 760: one cut off by the end); flag 1 edits wide text, so
