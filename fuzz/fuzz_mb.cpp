@@ -547,12 +547,8 @@ struct QuietTrace final : DException::TraceFn {
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
   char const* const env = std::getenv("ZYN_FUZZ_LOCALE");
-  char const* const name = env ? env : "en_US.UTF-8";
-  if (std::setlocale(LC_ALL, name) == nullptr) {
-    std::fprintf(stderr, "fuzz_mb: locale %s is not available (LOCPATH?)\n",
-                 name);
-    std::exit(2);
-  }
+  if (std::setlocale(LC_ALL, env ? env : "en_US.UTF-8") == nullptr)
+    dfuzz::fail("setlocale (LOCPATH?)", env ? env : "en_US.UTF-8");
   DString const first("first"); // fixes the buffer class for this locale
   static QuietTrace quiet;
   DException::setTraceFunction(quiet);
