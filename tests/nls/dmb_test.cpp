@@ -61,41 +61,42 @@ TEST(MbNlsUtil, BadBytesRaiseWhereFound) {
   wchar_t out[32];
   char bytes[32] = {};
   std::mbstate_t state{};
-  using Raise = std::tuple<int, std::function<void()>, int>; // flag, line
-  std::vector<Raise> rows = {
-      {0, [&] { cvtMBS2WCS(cut.data(), len(cut), out); }, 760},
-      {0, [&] { DWBuffer w(cut.c_str()); }, 725}, // its NUL in reach
-      {0, [&] { cvtMB2WC(c.wide.data(), 1, out, &state); }, 760},
-      {0, [&] { getRemainString(after.data(), len(after), 1, '*', bytes); },
+  // Flag, what raises (given a string holding bad), the line.
+  std::vector<std::tuple<int, Edit, int>> rows = {
+      {0, [&](DString&) { cvtMBS2WCS(cut.data(), len(cut), out); }, 760},
+      {0, [&](DString&) { DWBuffer w(cut.c_str()); }, 725}, // NUL in reach
+      {0, [&](DString&) { cvtMB2WC(c.wide.data(), 1, out, &state); }, 760},
+      {0,
+       [&](DString&) {
+         getRemainString(after.data(), len(after), 1, '*', bytes);
+       },
        725},
-      {0, [&] { getSubString(cut.data(), len(cut), 2, '*', bytes, 4); }, 760}};
+      {0,
+       [&](DString&) { getSubString(cut.data(), len(cut), 2, '*', bytes, 4); },
+       760},
+      {1, [](DString& s) { s.leftJustify(4, '*'); }, 725},
+      {1, [](DString& s) { s.center(3, '*'); }, 725},
+      {1, [](DString& s) { s.insert("X", 1, 2, '*'); }, 725},
+      {1, [](DString& s) { s.overlayWith("X", 1, 2, '*'); }, 725},
+      {1, [](DString& s) { s.reverse(); }, 725},
+      {1, [](DString& s) { s.upperCase(); }, 725},
+      {1, [](DString& s) { s.strip("a", 1, DStringEnum::both); }, 725},
+      {1, [](DString& s) { s.strip(star, DStringEnum::both); }, 725},
+      {1, [](DString& s) { s.translate("a", 1, "b", 1, '*'); }, 725},
+      {1, [](DString& s) { s = s.subString(1, 3, '*'); }, 725},
+      {1, [](DString& s) { s.indexOfAnyOf(star, 1); }, 725},
+      {1, [](DString& s) { s = "abc", s.insert("\xFF", 1, 1, '*'); }, 725}};
   for (std::string const& seq : c.invalid) {
     std::string const t = "a" + seq + "b";
-    rows.push_back({0, [t, &out] { cvtMBS2WCS(t.data(), len(t), out); }, 725});
-    rows.push_back({0, [t] { DWBuffer(t.data(), len(t)); }, 725});
+    rows.push_back(
+        {0, [t, &out](DString&) { cvtMBS2WCS(t.data(), len(t), out); }, 725});
+    rows.push_back({0, [t](DString&) { DWBuffer(t.data(), len(t)); }, 725});
   }
-  for (Edit const& edit : std::vector<Edit>{
-           [](DString& s) { s.leftJustify(4, '*'); },
-           [](DString& s) { s.center(3, '*'); },
-           [](DString& s) { s.insert("X", 1, 2, '*'); },
-           [](DString& s) { s.overlayWith("X", 1, 2, '*'); },
-           [](DString& s) { s.reverse(); }, [](DString& s) { s.upperCase(); },
-           [](DString& s) { s.strip("a", 1, DStringEnum::both); },
-           [](DString& s) { s.strip(star, DStringEnum::both); },
-           [](DString& s) { s.translate("a", 1, "b", 1, '*'); },
-           [](DString& s) { s = s.subString(1, 3, '*'); },
-           [](DString& s) { s.indexOfAnyOf(star, 1); },
-           [](DString& s) { s = "abc", s.insert("\xFF", 1, 1, '*'); }})
-    rows.push_back({1,
-                    [&bad, edit] {
-                      DString s = make(bad);
-                      edit(s);
-                    },
-                    725});
   dtest::RecordingTrace trace;
   for (auto const& [flag, raise, line] : rows) {
     dtest::I18NState const state(flag);
-    EXPECT_DEXCEPTION(raise(), DInvalidRequest, 1012, false, "dnlsutil", line);
+    DString s = make(bad);
+    EXPECT_DEXCEPTION(raise(s), DInvalidRequest, 1012, false, "dnlsutil", line);
   }
   EXPECT_GE(trace.logged, int(rows.size())); // each reported, then thrown
   state = std::mbstate_t{};
