@@ -284,10 +284,11 @@ std::optional<std::string> edited(u32 op, Case const& c) {
   return std::nullopt;
 }
 
-// The wide buffer of the text and its searches with argument p.
+// The wide buffer of the text, its searches with argument p, its reversal
+// and its conversion back to bytes.
 std::string wideBuffer(Case const& c, bool model) {
   std::wstring const &w = c.m.wide, &pw = c.pm.wide;
-  u32 const count = u32(w.size()), pc = u32(pw.size()), a = c.a;
+  u32 const count = u32(w.size()), pc = u32(pw.size()), a = c.a, b = c.b;
   auto const scan = [&](bool back, u32 need, auto ok) -> u32 {
     for (long k = back ? std::min(a, count - std::min(count, need - 1)) : a;
          a && need <= count && k >= 1 && k + need - 1 <= count;
@@ -304,18 +305,36 @@ std::string wideBuffer(Case const& c, bool model) {
   };
   auto const in = [&](u32 k) { return pw.find(w[k - 1]) != pw.npos; };
   auto const out = [&](u32 k) { return !in(k); };
+  std::string back; // whole characters while they fit, pad or not
+  char one[MB_LEN_MAX];
+  std::mbstate_t state{};
+  for (std::size_t i = 0, k;
+       model && i < count &&
+       back.size() + (k = std::wcrtomb(one, w[i], &state)) <= b;
+       ++i)
+    back.append(one, k);
+  back.resize(a & 1 ? b : back.size(), '*');
   if (model)
     return num(scan(false, pc, match)) + num(scan(false, 1, in)) +
            num(scan(false, 1, out)) + num(scan(true, pc, match)) +
            num(scan(true, 1, in)) + num(scan(true, 1, out)) +
-           num(count && in(1)) + num(std::min(pw.find(L'\0'), pw.size()));
+           num(count && in(1)) + num(std::min(pw.find(L'\0'), pw.size())) +
+           num(1) + back + "#";
   DWBuffer const wb(c.m.t.data(), c.m.size());
   DWBuffer pb(c.pm.t.data(), c.pm.size());
-  return num(wb.positionOf(pb, a)) + num(wb.positionOfAnyOf(pb, a)) +
-         num(wb.positionOfAnyBut(pb, a)) + num(wb.lastPositionOf(pb, a)) +
-         num(wb.lastPositionOfAnyOf(pb, a)) +
-         num(wb.lastPositionOfAnyBut(pb, a)) + num(count && pb.hasWChar(w[0])) +
-         num(DWBuffer(c.pm.t.c_str()).count()); // up to a NUL, not counted
+  std::vector<char> buf(b + 1, '#');
+  std::string got =
+      num(wb.positionOf(pb, a)) + num(wb.positionOfAnyOf(pb, a)) +
+      num(wb.positionOfAnyBut(pb, a)) + num(wb.lastPositionOf(pb, a)) +
+      num(wb.lastPositionOfAnyOf(pb, a)) + num(wb.lastPositionOfAnyBut(pb, a)) +
+      num(count && pb.hasWChar(w[0])) +
+      num(DWBuffer(c.pm.t.c_str()).count()); // up to a NUL, not counted
+  u32 const size = cvtWCS2MBS(w.data(), count, buf.data(), b, int(a & 1), '*');
+  wb.reverse();
+  return got +
+         num(std::wstring(wb.data(), wb.count() + 1) ==
+             std::wstring(w.rbegin(), w.rend()) + L'\0') +
+         std::string(buf.data(), std::min(size, b) + 1);
 }
 
 // The character walk on any bytes; the position mappings, which see bad bytes
