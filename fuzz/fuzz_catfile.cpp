@@ -7,49 +7,40 @@
 
 #include "dbase.hpp"
 
-#include <cstdint>
-#include <cstdlib>
-#include <cstring>
-#include <string>
 #include <unistd.h>
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data,
                                       std::size_t size) {
-  // One scratch file per process, rewritten for every input.
-  static std::string const path = [] {
+  static std::string const path = [] { // one scratch file per process
     char name[] = "/tmp/zyn-fuzz-catalogue-XXXXXX";
-    int const fd = ::mkstemp(name);
-    if (fd < 0)
-      dfuzz::fail("catfile", "cannot make a scratch file");
-    ::close(fd);
+    ::close(::mkstemp(name));
     std::atexit([] { ::unlink(path.c_str()); });
     return std::string(name);
   }();
+  std::string const input(reinterpret_cast<char const*>(data), size);
   std::FILE* out = std::fopen(path.c_str(), "wb");
-  if (out == nullptr ||
-      (size != 0 && std::fwrite(data, 1, size, out) != size) ||
+  if (out == nullptr || std::fwrite(input.data(), 1, size, out) != size ||
       std::fclose(out) != 0)
     dfuzz::fail("catfile", "cannot write " + path);
-  std::string const input(reinterpret_cast<char const*>(data), size);
   // The library's message numbers, and two that hash elsewhere.
-  for (unsigned long id :
-       {1ul, 4ul, 185ul, 186ul, 1010ul, 1011ul, 1012ul, 2ul, 0xFFFFFFFFul}) {
+  for (unsigned long id : {1ul, 4ul, 185ul, 186ul, 1010ul, 2ul, 0xFFFFFFFFul}) {
     DMessageText const message(id, path.c_str());
     std::string const text = message.text();
-    // A default text replaces only a text that was not loaded; two
-    // different ones tell the cases apart whatever the file holds.
-    DMessageText first(message), second(message);
-    bool const loaded = std::strcmp(first.setDefaultText("a").text(), "a") ||
-                        std::strcmp(second.setDefaultText("b").text(), "b");
-    auto isString = [&input, &text](char const* tail) {
-      return input.find(text + tail + std::string(1, '\0')) !=
-             std::string::npos;
-    };
-    if (loaded ? !isString("") && !isString("\r\n")
-               : text != "Unable to load text from message file.")
-      dfuzz::fail("catfile", "message " + std::to_string(id) + " gave " +
-                                 dfuzz::show(text) + " from " +
-                                 dfuzz::show(input.substr(0, 64)));
+    // A default text replaces only a text that was not loaded (a null one
+    // none); copies and assigned texts keep whether it was.
+    DMessageText first(message), second(0, nullptr);
+    second = message;
+    std::string const other = text + "!";
+    bool const loaded = other != first.setDefaultText(other.c_str()).text();
+    if (text != message.text() ||
+        loaded != (other != second.setDefaultText(nullptr)
+                                .setDefaultText(other.c_str())
+                                .text()))
+      dfuzz::fail("catfile", "copies of message " + std::to_string(id));
+    bool const inFile = input.find(text + '\0') != std::string::npos ||
+                        input.find(text + "\r\n" + '\0') != std::string::npos;
+    if (loaded ? !inFile : text != "Unable to load text from message file.")
+      dfuzz::fail("catfile", std::to_string(id) + " gave " + dfuzz::show(text));
   }
   return 0;
 }

@@ -1,17 +1,13 @@
 // Fuzz target: dates and times against plain models. Dates come from a day
-// number, calendar fields (also ones that name no date), a year and an
-// ordinal, and the packed record; the model is the textbook day-number
-// arithmetic of the Julian calendar up to 2 September 1752 and of the
-// Gregorian one from 14 September 1752. Texts follow mktime's proleptic
-// Gregorian normalisation. Times fold any hours, minutes and seconds into
-// one day.
+// number, calendar fields (also ones that name no date), an ordinal and the
+// record; the model is the textbook day-number arithmetic of the Julian
+// calendar up to 2 September 1752 and the Gregorian one from 14 September.
 #include "fuzz_input.hpp"
 
 #include "ddate.hpp"
 #include "dtime.hpp"
 
 #include <algorithm>
-#include <clocale>
 #include <cstdint>
 #include <cstdio>
 #include <ctime>
@@ -76,26 +72,14 @@ long anyDayNumber(Ymd f) {
              : std::max(dayNumberOf(y, m, 1, true) + f.day - 1, lastJulianDay);
 }
 
-// Whether a triple names a date (one that reads back from its day number).
 bool isDate(Ymd const& f) {
   return f.year != 0 && f.month >= 1 && f.month <= 12 && f.day >= 1 &&
          modelDate(anyDayNumber(f)) == f;
 }
 
-// Days from the 1st of a month (or of January) to the 1st of the next one.
-long modelLength(long year, long month, bool wholeYear) {
-  bool const next = wholeYear || month == 12;
-  return anyDayNumber({next ? (year == -1 ? 1 : year + 1) : year,
-                       next ? 1 : month + 1, 1}) -
-         anyDayNumber({year, wholeYear ? 1 : month, 1});
-}
-
-// Whether the six comparisons of a and b agree with the sign of b - a.
-template <class T>
-bool comparesAs(T const& a, T const& b, long sign) {
-  return (a < b) == (sign > 0) && (a > b) == (sign < 0) &&
-         (a <= b) == (sign >= 0) && (a >= b) == (sign <= 0) &&
-         (a == b) == (sign == 0) && (a != b) == (sign != 0);
+// Days from the 1st of month \p from to the 1st of month \p to.
+long days(long year, long from, long to) {
+  return anyDayNumber({year, to, 1}) - anyDayNumber({year, from, 1});
 }
 
 std::string text(DString const& s) {
@@ -107,8 +91,8 @@ void check(bool ok, char const* what, long jd) {
     dfuzz::fail(what, "day or seconds " + std::to_string(jd));
 }
 
-// \p date is day \p jd; \p step days away lies another one.
-void checkDate(DDate const& date, long jd, long step) {
+// \p date is day \p jd.
+void checkDate(DDate const& date, long jd) {
   Ymd const f = modelDate(jd);
   int const year = static_cast<int>(f.year);
   auto const month = static_cast<DDate::Month>(f.month);
@@ -133,18 +117,11 @@ void checkDate(DDate const& date, long jd, long step) {
             record.year == static_cast<std::uint16_t>(f.year) &&
             (f.year < 1 || f.year > 65535 || DDate(record) == date),
         "record", jd);
-  check(DDate::isLeapYear(year) == (modelLength(f.year, 2, false) == 29) &&
-            DDate::daysInYear(year) == modelLength(f.year, 1, true) &&
+  check(DDate::isLeapYear(year) == (days(f.year, 2, 3) == 29) &&
+            DDate::daysInYear(year) == days(f.year, 1, 13) &&
             DDate::daysInMonth(month, year) ==
-                modelLength(f.year, f.month, false),
+                days(f.year, f.month, f.month + 1),
         "leap year and lengths", jd);
-  DDate const other = date + step;
-  DDate moved = date;
-  moved += step;
-  check(other.julianDay() == jd + step && other - date == step &&
-            step + date == other && other - step == date && moved == other &&
-            (moved -= step) == date && comparesAs(date, other, step),
-        "day arithmetic", jd);
   // Text: mktime normalises the fields as Gregorian ones; below 1900 a
   // format with "y" gets the year itself as tm_year.
   Ymd const shown =
@@ -158,26 +135,23 @@ void checkDate(DDate const& date, long jd, long step) {
   check(f.year < 1 || text(date.asString("%y %Y")) == want, "%y %Y", jd);
 }
 
-// Any triple of a year other than 0, a date or not.
-void checkTriple(DDate const& date, Ymd const& f, long step) {
+void checkTriple(DDate const& date, Ymd const& f) {
   long const jd = anyDayNumber(f);
   if (f.year != 0 && isDate(f))
-    checkDate(date, jd, step);
+    checkDate(date, jd);
   check(f.year == 0 || date.julianDay() == jd, "a triple that is no date", jd);
 }
 
 void runDate(dfuzz::Input& in) {
-  long const step = static_cast<long>(in.upTo(65535)) - 32768;
+  in.upTo(65535); // once a day step, kept so that the corpus still fits
   switch (in.upTo(2)) {
   case 0: {
-    // Any day number from about 10,000 BC to AD 140,000.
     long const jd = static_cast<long>(in.upTo(65535)) * 800 +
                     static_cast<long>(in.upTo(65535) % 800) - 1700000;
-    checkDate(DDate::fromJulianDay(jd), jd, step);
+    checkDate(DDate::fromJulianDay(jd), jd);
     break;
   }
   case 1: {
-    // Months 0-13, days 0-32, years around the reform, around 0 and spread.
     int const month = static_cast<int>(in.upTo(13));
     int const day = static_cast<int>(in.upTo(32));
     int const kind = static_cast<int>(in.upTo(3));
@@ -190,10 +164,10 @@ void runDate(dfuzz::Input& in) {
     check(DDate::isValid(m, day, year) == isDate({year, month, day}) &&
               (DDate::daysInMonth(m, year) == 0) == (month % 13 == 0),
           "isValid and daysInMonth", year);
-    checkTriple(DDate(m, day, year), {year, month, day}, step);
+    checkTriple(DDate(m, day, year), {year, month, day});
     // An ordinal outside the year counts on from 1 January.
     int const ordinal = (month - 1) * 31 + day;
-    bool const inYear = ordinal >= 1 && ordinal <= modelLength(year, 1, true);
+    bool const inYear = ordinal >= 1 && ordinal <= days(year, 1, 13);
     check(year == 0 || DDate(year, ordinal).julianDay() ==
                            anyDayNumber({year, 1, inYear ? 1 : ordinal}) +
                                (inYear ? ordinal - 1 : 0),
@@ -205,7 +179,7 @@ void runDate(dfuzz::Input& in) {
     record.day = in.byte();
     record.month = in.byte() % 14;
     record.year = static_cast<std::uint16_t>(in.upTo(65535));
-    checkTriple(DDate(record), {record.year, record.month, record.day}, step);
+    checkTriple(DDate(record), {record.year, record.month, record.day});
     break;
   }
   }
@@ -221,14 +195,12 @@ void runTime(dfuzz::Input& in) {
   char hms[64];
   std::snprintf(hms, sizeof hms, "%02ld:%02ld:%02ld", w / 3600, w / 60 % 60,
                 w % 60);
-  check(time.seconds() == w && time.hours() == w / 3600 &&
-            time.minutes() == w / 60 % 60 && time.secondsOfMinute() == w % 60 &&
-            record.hours == w / 3600 && record.minutes == w / 60 % 60 &&
-            record.seconds == w % 60 && record.unused == 0 &&
-            DTime(record) == time && text(time.asString("%H:%M:%S")) == hms &&
-            comparesAs(time, DTime(0, 0, s), (s % 86400 + 86400) % 86400 - w),
+  check(time.seconds() == w && record.hours == w / 3600 &&
+            record.minutes == w / 60 % 60 && record.seconds == w % 60 &&
+            record.unused == 0 && DTime(record) == time &&
+            text(time.asString("%H:%M:%S")) == hms,
         "DTime", w);
-  // Any bytes in the record; the spare one does not count.
+  // Any bytes in the record, the spare one too.
   DCnrTime raw;
   raw.hours = in.byte();
   raw.minutes = in.byte();
@@ -242,19 +214,10 @@ void runTime(dfuzz::Input& in) {
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data,
                                       std::size_t size) {
-  static bool const ready = [] {
-    // mktime normalises in the local zone: UTC has no gaps.
-    setenv("TZ", "UTC0", 1);
-    tzset();
-    return std::setlocale(LC_ALL, "C") != nullptr;
-  }();
-  (void)ready;
+  setenv("TZ", "UTC0", 1); // mktime normalises in the local zone
+  tzset();
   dfuzz::Input in(data, size);
-  for (int round = 0; round < 8 && !in.empty(); ++round) {
-    if (in.byte() & 1)
-      runTime(in);
-    else
-      runDate(in);
-  }
+  for (int round = 0; round < 8 && !in.empty(); ++round)
+    (in.byte() & 1 ? runTime : runDate)(in);
   return 0;
 }
