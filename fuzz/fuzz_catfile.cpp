@@ -1,13 +1,45 @@
 // Fuzz target: the message catalogue file. The input is written as a file
-// and opened as the catalogue by DMessageText; whatever its header, tables
-// and string pool hold, the lookup must neither crash nor read outside the
-// file, and a text it loads must be one of the file's NUL-terminated
-// strings (without substitution texts only a trailing CR LF may go).
+// and opened as the catalogue by DMessageText. The C library's catopen and
+// catgets trust the file (a plane size 0 divides by zero, large sizes or
+// offsets read past it), so only a sound file may be used: gencat's header
+// (magic in either byte order, plane size and depth), both hash tables and
+// the pool inside the file, every string offset inside the pool and the
+// string at the largest one ending in the file. A text it loads must be one
+// of the file's strings (without values only a trailing CR LF may go).
 #include "fuzz_input.hpp"
 
 #include "dbase.hpp"
 
+#include <algorithm>
+#include <cstring>
 #include <unistd.h>
+
+namespace {
+
+bool isSound(std::string const& file) {
+  auto word = [&file](std::uint64_t at, bool swap) {
+    std::uint32_t w;
+    std::memcpy(&w, file.data() + at, sizeof w);
+    return swap ? __builtin_bswap32(w) : w;
+  };
+  if (file.size() < 12)
+    return false;
+  bool const swap = word(0, true) == 0x960408deu;
+  std::uint64_t const n = std::uint64_t{word(4, swap)} * word(8, swap);
+  if ((!swap && word(0, false) != 0x960408deu) || n == 0 ||
+      n > file.size() / 24 || 12 + 24 * n >= file.size())
+    return false;
+  std::uint64_t const pool = 12 + 24 * n;
+  bool const little = __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__;
+  std::uint64_t largest = 0;
+  for (std::uint64_t e = 0; e < n; ++e)
+    largest = std::max<std::uint64_t>(
+        largest, word(12 + 12 * e + 8 + (little ? 0 : 12 * n), false));
+  return largest < file.size() - pool &&
+         file.find('\0', pool + largest) != std::string::npos;
+}
+
+} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data,
                                       std::size_t size) {
@@ -22,6 +54,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data,
   if (out == nullptr || std::fwrite(input.data(), 1, size, out) != size ||
       std::fclose(out) != 0)
     dfuzz::fail("catfile", "cannot write " + path);
+  bool const sound = isSound(input);
   // The library's message numbers, and two that hash elsewhere.
   for (unsigned long id : {1ul, 4ul, 185ul, 186ul, 1010ul, 2ul, 0xFFFFFFFFul}) {
     DMessageText const message(id, path.c_str());
@@ -39,7 +72,8 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data,
       dfuzz::fail("catfile", "copies of message " + std::to_string(id));
     bool const inFile = input.find(text + '\0') != std::string::npos ||
                         input.find(text + "\r\n" + '\0') != std::string::npos;
-    if (loaded ? !inFile : text != "Unable to load text from message file.")
+    if (loaded ? !inFile || !sound
+               : text != "Unable to load text from message file.")
       dfuzz::fail("catfile", std::to_string(id) + " gave " + dfuzz::show(text));
   }
   return 0;

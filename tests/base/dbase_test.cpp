@@ -185,36 +185,16 @@ TEST(DKOVR_Init, OutOfMemory) {
       got);
 }
 
-// The C library's catopen and catgets trust the header (plane size 0
-// divides by zero, a large size or depth reads past the file) and block on
-// a FIFO: every such file, named or found by the search, gives the
-// fallback text. In the search the first file that opens at all counts.
-TEST(DMessageText, DamagedCataloguesAndTheSearch) {
+// Damaged files: fuzz/fuzz_catfile.cpp. A catalogue found by the search
+// counts only when sound, and the first file that opens at all (a FIFO
+// would block catopen, a directory) ends the search.
+TEST(DMessageText, CatalogueFilesAndTheSearch) {
   std::ifstream in(testCatalogue, std::ios::binary);
   std::string const good((std::istreambuf_iterator<char>(in)), {});
-  auto word = [&good](std::size_t at) {
-    std::uint32_t w;
-    std::memcpy(&w, good.data() + at, sizeof w);
-    return w;
-  };
-  auto with = [](std::string bytes, std::size_t at, std::uint32_t w) {
-    std::memcpy(&bytes[at], &w, sizeof w);
-    return bytes;
-  };
-  std::size_t const planes = std::size_t{word(4)} * word(8),
-                    pool = 12 + 24 * planes;
-  ASSERT_LT(pool, good.size());
-  // Set 1, message 1 in this machine's table (gencat stores sets one up).
-  std::size_t entry = 0;
-  std::size_t const table =
-      __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ ? 12 : 12 + 12 * planes;
-  for (std::size_t e = table; e < table + 12 * planes; e += 12)
-    entry = word(e) == 2 && word(e + 4) == 1 ? e : entry;
-  ASSERT_NE(0u, entry);
-  std::string swapped = good;
+  std::string swapped = good, zero = good;
   for (std::size_t at = 0; at < 12; at += 4)
-    swapped = with(swapped, at, __builtin_bswap32(word(at)));
-
+    std::reverse(swapped.begin() + at, swapped.begin() + at + 4);
+  std::memset(&zero[4], 0, 4); // plane size 0
   char scratch[] = "/tmp/zyn-catalogue-XXXXXX";
   ASSERT_NE(nullptr, ::mkdtemp(scratch));
   std::string const d = scratch, name = "dbase_test.cat";
@@ -226,7 +206,7 @@ TEST(DMessageText, DamagedCataloguesAndTheSearch) {
   };
   put("ok/" + name, good);
   put("de/DE/UTF-8/" + name, good);
-  put("zero/" + name, with(good, 4, 0));
+  put("zero/" + name, zero);
   std::filesystem::create_directories(d + "/dir/" + name);
   ASSERT_EQ(0, ::mkfifo((d + "/" + name).c_str(), 0600));
   std::string const found = "Bad x at y", none = missingText;
@@ -236,20 +216,7 @@ TEST(DMessageText, DamagedCataloguesAndTheSearch) {
       {put("intact.cat", good), found},
       {put("swapped.cat", swapped), found},
       {d + "/zero/" + name, none},
-      {put("huge.cat", with(good, 4, 0xFFFFFFFFu)), none},
-      {put("big.cat", with(good, 4, 1u << 20)), none},
-      {put("flat.cat", with(good, 8, 0)), none},
-      {put("deep.cat", with(good, 8, 1u << 30)), none},
-      {put("wrap.cat", with(with(good, 4, 1u << 16), 8, 1u << 16)),
-       none}, // size x depth is 0 in 32 bits
-      {put("magic.cat", with(good, 0, 0x12345678u)), none},
-      {put("empty.cat", ""), none},
-      {put("half.cat", good.substr(0, 6)), none},
-      {put("header.cat", good.substr(0, 12)), none},
-      {put("cut.cat", good.substr(0, pool - 4)), none},
-      {put("nopool.cat", good.substr(0, pool)), none},
-      {put("open.cat", good.substr(0, good.size() - 1)), none},
-      {put("offset.cat", with(good, entry + 8, good.size() - pool)), none},
+      {put("cut.cat", good.substr(0, good.size() - 1)), none},
       {d + "/dir/" + name, none},
       {d + "/" + name, none}, // a FIFO
       {"/dev/null", none},
