@@ -1,11 +1,7 @@
-// Fuzz target: the message catalogue file. The input is written as a file
-// and opened as the catalogue by DMessageText. The C library's catopen and
-// catgets trust the file (a plane size 0 divides by zero, large sizes or
-// offsets read past it), so only a sound file may be used: gencat's header
-// (magic in either byte order, plane size and depth), both hash tables and
-// the pool inside the file, every string offset inside the pool and the
-// string at the largest one ending in the file. A text it loads must be one
-// of the file's strings (without values only a trailing CR LF may go).
+// Fuzz target: the input as the catalogue file of DMessageText. catopen and
+// catgets trust the file (plane size 0 divides by zero, large sizes or
+// offsets read past it), so only a sound one may be used; a text loaded
+// must be one of its strings (only a trailing CR LF may go).
 #include "fuzz_input.hpp"
 
 #include "dbase.hpp"
@@ -55,12 +51,10 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data,
       std::fclose(out) != 0)
     dfuzz::fail("catfile", "cannot write " + path);
   bool const sound = isSound(input);
-  // The library's message numbers, and two that hash elsewhere.
   for (unsigned long id : {1ul, 4ul, 185ul, 186ul, 1010ul, 2ul, 0xFFFFFFFFul}) {
     DMessageText const message(id, path.c_str());
     std::string const text = message.text();
-    // A default text replaces only a text that was not loaded (a null one
-    // none); copies and assigned texts keep whether it was.
+    // A default replaces only a text not loaded; copies keep whether it was.
     DMessageText first(message), second(0, nullptr);
     second = message;
     std::string const other = text + "!";

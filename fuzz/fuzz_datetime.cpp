@@ -56,11 +56,9 @@ Ymd modelDate(long jd) {
   return f;
 }
 
-// The day number of any library triple of a year other than 0, counted on
-// from the 1st of the month (month 13 is the next January, other months
-// outside 1-12 count from January): in the Julian count up to the reform,
-// else in the Gregorian one, the eleven missing days collapsing onto
-// 2 September 1752.
+// The day number of any triple of a year other than 0, counted on from the
+// 1st of the month (13 is the next January, 0 counts from January): Julian
+// up to the reform, else Gregorian, the missing days collapsing onto it.
 long anyDayNumber(Ymd f) {
   if (f.month == 13)
     f = {f.year == -1 ? 1 : f.year + 1, 1, f.day};
@@ -100,9 +98,7 @@ void checkDate(DDate const& date, long jd) {
             date.monthOfYear() == f.month && date.dayOfMonth() == f.day &&
             date.dayOfWeek() == jd - 7 * floorDiv(jd, 7), // 0 is a Monday
         "fields", jd);
-  // Ordinal: days since 1 January, plus the eleven missing days after the
-  // reform in 1752 (kept that way for old callers); the ordinal
-  // constructor leaves them out.
+  // dayOfYear counts the missing days of 1752; the constructor does not.
   long const counted = jd - anyDayNumber({f.year, 1, 1}) + 1;
   check(date.dayOfYear() ==
                 counted + (year == 1752 && jd > lastJulianDay) * 11 &&
@@ -122,8 +118,8 @@ void checkDate(DDate const& date, long jd) {
             DDate::daysInMonth(month, year) ==
                 days(f.year, f.month, f.month + 1),
         "leap year and lengths", jd);
-  // Text: mktime normalises the fields as Gregorian ones; below 1900 a
-  // format with "y" gets the year itself as tm_year.
+  // mktime normalises the fields as Gregorian ones; below 1900 a format
+  // with "y" gets the year itself as tm_year.
   Ymd const shown =
       fieldsOf(dayNumberOf(f.year, f.month, 1, true) + f.day - 1, true);
   char want[96];
@@ -165,7 +161,6 @@ void runDate(dfuzz::Input& in) {
               (DDate::daysInMonth(m, year) == 0) == (month % 13 == 0),
           "isValid and daysInMonth", year);
     checkTriple(DDate(m, day, year), {year, month, day});
-    // An ordinal outside the year counts on from 1 January.
     int const ordinal = (month - 1) * 31 + day;
     bool const inYear = ordinal >= 1 && ordinal <= days(year, 1, 13);
     check(year == 0 || DDate(year, ordinal).julianDay() ==
