@@ -1,7 +1,6 @@
-// Fuzz target: DMessageText::replaceVars against a plain model. The input,
-// split at NUL bytes, is the catalogue text and at most nine values; the
-// first byte chooses how many of them count. "%N" with N up to the count is
-// replaced, "%%" kept as a pair (its second "%" starts nothing).
+// Fuzz target: DMessageText::replaceVars against a model. The input, split
+// at NUL bytes, is the text and up to nine values, the first byte how many
+// count. "%N" up to the count is replaced, "%%" kept as a pair.
 #include "fuzz_input.hpp"
 
 #include "dbase.hpp"

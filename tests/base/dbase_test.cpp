@@ -43,8 +43,7 @@ public:
   char const* name() const override { return ownName.c_str(); }
 };
 
-// The report of an exception built from the arguments, its writes joined
-// by '|'; exactly one exceptionLogged() goes with it.
+// The report of an exception, its writes joined by '|', logged once.
 template <class E = DException>
 std::string report(char const* text, unsigned long id,
                    std::vector<DExceptionLocation> const& locations = {},
@@ -76,9 +75,8 @@ std::string state(DException const& e) {
   return out + (nullsPast ? "" : " LOCATION PAST END");
 }
 
-// One throw at "at" line 5 in one line: class, the handler that caught it,
-// id, severity, group, text, texts and locations; the report written before
-// the throw must name the location and end with the text.
+// A throw at "at" line 5: class, handler, id, severity, group, text, texts
+// and locations; the report written first names the place and the text.
 std::string thrown(std::function<void()> const& statement) {
   dtest::RecordingTrace trace;
   auto describe = [&trace](DException const& e, char const* handler) {
@@ -151,7 +149,7 @@ TEST(DExceptTrace, Reports) {
     EXPECT_EQ(r.second, r.first) << &r - rows;
 }
 
-// Texts newest first, null texts ignored, the fifth location slot always
+// Texts newest first, null ones ignored; the fifth location slot is always
 // the latest; a copy owns its texts and locations.
 TEST(DException, TextsLocationsAndCopies) {
   static char const* const files[] = {"f0", "f1", "f2", "f3", "f4", "f5", "f6"};
@@ -177,9 +175,7 @@ TEST(DException, TextsLocationsAndCopies) {
 }
 
 // Error information: id, availability, "prefix:text". The type selects the
-// class thrown (and the handler that catches it); outside the eight nothing is
-// selected and the helpers just return. Each helper sets its own id, group and
-// text.
+// class thrown; outside the eight the helpers just return.
 TEST(DThrowHelpers, ErrorInfoAndThrows) {
   std::string const text185 = DBase::messageText(185).text();
   std::string const text186 = DBase::messageText(186).text();
@@ -284,10 +280,9 @@ public:
 } // namespace
 #pragma GCC diagnostic pop
 
-// setTraceFunction hands back the previous writer (at first the library's
-// own). Throws on several threads overlap their suspensions of the
-// new-handler: each line is still written without it, and afterwards the
-// library's handler is back.
+// setTraceFunction hands back the previous writer. Throws on several
+// threads overlap their suspensions of the new-handler: each line is written
+// without it, and afterwards the library's handler is back.
 TEST(DExceptTraceThread, WritersAndOverlappingThrowsKeepTheNewHandler) {
   ASSERT_EQ(&DKOVR_Init::newHandler, std::get_new_handler());
   (void)DBase::messageText(1); // fixes the catalogue name beforehand
@@ -344,9 +339,8 @@ TEST(DBase, VersionAndTexts) {
 }
 
 // The name in force (kept on null, may be handed back in) is the one
-// messageText reads. The substitution itself is checked against a model by
-// fuzz/fuzz_catalog.cpp; these rows are about the values handed in and the
-// line ends of loaded texts.
+// messageText reads. Substitution: fuzz/fuzz_catalog.cpp; these rows are
+// about the values handed in and the line ends.
 TEST(DMessageText, NameInForceAndSubstitution) {
   std::string const before = DBase::messageFile();
   std::string const text4 = DBase::messageText(4).text();
@@ -385,9 +379,8 @@ TEST(DMessageText, NameInForceAndSubstitution) {
 }
 
 // A fresh process: the name from the environment at the first use, made
-// once even when two threads raise their first library exceptions together
-// (under ThreadSanitizer the child reports a race, exit 66, otherwise); the
-// library's new-handler and writer are in place.
+// once even when two threads throw first together (ThreadSanitizer would
+// exit 66); the library's new-handler and writer are in place.
 DTEST_CHILD(FirstUse) {
   std::string const mode = std::getenv("ZYN_FRESH_MSGFILE");
   if (mode == "unset")
@@ -435,12 +428,10 @@ TEST(DBaseThread, FirstUseInFreshProcess) {
   }
 }
 
-// Running out of memory anywhere raises DOutOfMemory with message 4,
-// reported from file dbase, line 175. Message texts, the catalogue name and
-// exception texts are allocated without the handler: there it is
-// std::bad_alloc, and what was there is kept. Without a line buffer a report
-// goes straight to standard error with the second set of texts, and no
-// writer sees any of it.
+// Running out of memory raises DOutOfMemory (message 4, dbase line 175).
+// Texts and the catalogue name are allocated without the handler: there it
+// is std::bad_alloc, and what was there is kept. Without a line buffer a
+// report goes to standard error with the second set of texts, unlogged.
 TEST(DKOVR_Init, OutOfMemory) {
   if (!dtest::allocationsCanFail())
     GTEST_SKIP() << "allocations cannot be made to fail here (valgrind)";
@@ -555,8 +546,7 @@ TEST(DMessageText, CatalogueFilesAndTheSearch) {
       {name, none, d + "/%N"}, // the FIFO
       {name, none, d + "/dir/%N:" + d + "/ok/%N"},
   };
-  // Message 1 in a forked child (a crash or hang ends only the child; the
-  // alarm is a watchdog).
+  // A crash or hang ends only the child; the alarm is a watchdog.
   for (auto const& c : cases) {
     dtest::ChildResult const child = dtest::runInChild([&c] {
       ::alarm(60);

@@ -1,7 +1,5 @@
-// Dates and times: names, formats and their quirks, one row each. Day
-// numbers, fields, ordinals, lengths, triples that name no date, arithmetic,
-// the records and "%Y %m %d" texts are checked against a calendar model by
-// fuzz/fuzz_datetime.cpp on generated inputs in every test run.
+// Dates and times: names, formats and their quirks. Day numbers, fields,
+// lengths, the records and "%Y %m %d" texts: fuzz/fuzz_datetime.cpp.
 #include "ddate.hpp"
 #include "dtest_child.hpp"
 #include "dtime.hpp"
