@@ -252,11 +252,15 @@ struct WideCollationSide {
     return skipped;
   }
   /// Converts the segment at offset, its NUL included; false when it holds
-  /// a sequence that is no character.
+  /// a sequence that is no character. A sequence cut off by the NUL counts
+  /// as one: the C library may stop there without an error (GB18030's
+  /// four-byte form), leaving the wide array unterminated, so success is
+  /// only a conversion that reached the NUL (the source pointer cleared).
   bool convert() {
     char const* source = bytes + offset;
     return std::mbsrtowcs(wide.get(), &source, size - offset + 1, &state) !=
-           invalidSequence;
+               invalidSequence &&
+           source == nullptr;
   }
   /// Steps past the segment and its NUL.
   void advance() { offset += std::strlen(bytes + offset) + 1; }
