@@ -20,7 +20,8 @@ public:
 
   /// A value in [0, bound] (bound at most 65535).
   unsigned int upTo(unsigned int bound) {
-    unsigned int const raw = byte() | (bound > 255 ? byte() << 8 : 0u);
+    unsigned int const low = byte(); // read first (| leaves the order open)
+    unsigned int const raw = bound > 255 ? low | byte() << 8 : low;
     return bound == 0 ? 0 : raw % (bound + 1);
   }
 

@@ -4,8 +4,6 @@
 #ifndef D_TESTS_DTEST_CHILD_HPP
 #define D_TESTS_DTEST_CHILD_HPP
 
-#include "dexcept.hpp"
-
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
@@ -53,29 +51,6 @@ inline ChildResult runInChild(std::function<int()> const& body) {
 void failAllocationsFrom(std::size_t bytes);
 /// Whether failAllocationsFrom() works: not under valgrind's operators.
 bool allocationsCanFail();
-
-/// How work ended: overflow is DInvalidRequest 1010, outOfMemory the
-/// library's DOutOfMemory.
-enum class LimitedOutcome { returned, overflow, outOfMemory, badAlloc, other };
-
-/// Runs \p work in a child with failAllocationsFrom(\p failingBytes).
-inline LimitedOutcome runWithLimitedMemory(std::size_t failingBytes,
-                                           std::function<void()> const& work) {
-  int const code = runInChild([&] {
-                     failAllocationsFrom(failingBytes);
-                     try {
-                       work();
-                     } catch (DInvalidRequest const& e) {
-                       return e.errorId() == 1010 ? 1 : 4;
-                     } catch (DOutOfMemory const&) {
-                       return 2;
-                     } catch (std::bad_alloc const&) {
-                       return 3;
-                     }
-                     return 0;
-                   }).exitCode;
-  return static_cast<LimitedOutcome>(code >= 0 && code <= 3 ? code : 4);
-}
 
 /// The child entry points by name (DTEST_CHILD registers them).
 inline std::map<std::string, void (*)()>& children() {
