@@ -1,7 +1,8 @@
-// The test program's main() and its allocation operators, which replace the
-// standard ones (the sanitizer's too) for the library as well: malloc and
-// free, with a switch that makes every allocation from a given size on fail
-// as on an exhausted heap.
+// The test program's main() and its operator new and delete, which replace
+// the standard ones for the library as well (libstdc++'s array and nothrow
+// forms call them): malloc and free, with a switch that makes every
+// allocation from a given size on fail as on an exhausted heap. Valgrind
+// and the sanitizers keep their own array forms: there nothing can fail.
 #include "dtest_child.hpp"
 
 #include <atomic>
@@ -12,20 +13,6 @@ namespace {
 
 std::atomic<std::size_t> failFrom{0}; // 0: no allocation fails
 std::atomic<unsigned long> served{0};
-
-void* allocate(std::size_t size) {
-  ++served;
-  for (;;) {
-    if (failFrom != 0 && size >= failFrom)
-      errno = ENOMEM; // as an exhausted malloc leaves it
-    else if (void* p = std::malloc(size == 0 ? 1 : size))
-      return p;
-    if (std::new_handler const handler = std::get_new_handler())
-      handler();
-    else
-      throw std::bad_alloc();
-  }
-}
 
 } // namespace
 
@@ -43,27 +30,36 @@ bool dtest::allocationsCanFail() {
   return served != before;
 }
 
-// new, nothrow new, delete and sized delete ([] or nothing: both forms).
-#define DTEST_OPERATORS(brackets)                                              \
-  void* operator new brackets(std::size_t size) {                              \
-    return allocate(size);                                                     \
-  }                                                                            \
-  void* operator new brackets(std::size_t size,                                \
-                              std::nothrow_t const&) noexcept {                \
-    try {                                                                      \
-      return allocate(size);                                                   \
-    } catch (...) {                                                            \
-      return nullptr;                                                          \
-    }                                                                          \
-  }                                                                            \
-  void operator delete brackets(void* p) noexcept {                            \
-    std::free(p);                                                              \
-  }                                                                            \
-  void operator delete brackets(void* p, std::size_t) noexcept {               \
-    std::free(p);                                                              \
+void* operator new(std::size_t size) {
+  ++served;
+  for (;;) {
+    if (failFrom != 0 && size >= failFrom)
+      errno = ENOMEM; // as an exhausted malloc leaves it
+    else if (void* p = std::malloc(size == 0 ? 1 : size))
+      return p;
+    if (std::new_handler const handler = std::get_new_handler())
+      handler();
+    else
+      throw std::bad_alloc();
   }
-DTEST_OPERATORS()
-DTEST_OPERATORS([])
+}
+
+// Ours too where valgrind or a sanitizer would pair its own with our delete.
+void* operator new(std::size_t size, std::nothrow_t const&) noexcept {
+  try {
+    return ::operator new(size);
+  } catch (...) {
+    return nullptr;
+  }
+}
+
+void operator delete(void* p) noexcept {
+  std::free(p);
+}
+
+void operator delete(void* p, std::size_t) noexcept {
+  std::free(p);
+}
 
 // The locale of ZYN_TEST_LOCALE is set before any string exists (the first
 // fixes the buffer class); UTC, as date formats normalise through mktime.
