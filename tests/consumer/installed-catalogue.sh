@@ -30,9 +30,8 @@ check() { # check <what> <expected text> [VAR=value...]; $arg: probe argument
   fi
 }
 
-check "LANG unset" "$marked"
-for lang in C C.UTF-8 en_US.UTF-8 de_DE.UTF-8; do
-  check "LANG=$lang" "$marked" LANG=$lang
+for lang in "" C C.UTF-8 en_US.UTF-8 de_DE.UTF-8; do
+  check "LANG=${lang:-(unset)}" "$marked" ${lang:+"LANG=$lang"}
 done
 check "the default name" "$marked" LANG=en_US.UTF-8 "KOVRA MSGFILE=zorvanecl.cat"
 check "NLSPATH first" "${marked#"[installed] "}" LANG=en_US.UTF-8 \

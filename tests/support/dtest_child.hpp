@@ -1,6 +1,5 @@
-// Child processes for tests: a forked child (out of memory, terminate(),
-// reports on standard error), or this program run afresh with a changed
-// environment to run a DTEST_CHILD entry point instead of the tests.
+// Child processes for tests: a forked child, or this program run afresh
+// with a changed environment to run a DTEST_CHILD entry instead of tests.
 #ifndef D_TESTS_DTEST_CHILD_HPP
 #define D_TESTS_DTEST_CHILD_HPP
 
