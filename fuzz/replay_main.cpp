@@ -58,19 +58,18 @@ int main(int argc, char** argv) {
         std::size_t const at = upTo(bytes.size());
         auto const value =
             static_cast<std::uint8_t>(upTo(1) ? upTo(255) : upTo(3) * 0x7F);
-        auto const where = bytes.begin() + at;
         std::size_t const kind = upTo(4);
         if (kind == 0 || (kind == 4 && at == bytes.size()))
-          bytes.insert(where, value);
+          bytes.insert(bytes.begin() + at, value);
         else if (kind == 1 && at < bytes.size())
-          bytes.erase(where);
+          bytes.erase(bytes.begin() + at);
         else if (kind == 2)
           bytes.resize(at);
         else if (kind == 3) { // a copy of some part somewhere else
           auto const part = bytes.begin() + upTo(bytes.size());
           Bytes const copy(part, part + upTo(std::min<std::ptrdiff_t>(
                                             bytes.end() - part, 32)));
-          bytes.insert(where, copy.begin(), copy.end());
+          bytes.insert(bytes.begin() + at, copy.begin(), copy.end());
         } else if (kind == 4)
           bytes[at] = value;
       }

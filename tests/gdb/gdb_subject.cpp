@@ -11,11 +11,10 @@ __attribute__((noinline)) void stopHere() {
 int main() {
   std::setlocale(LC_ALL, ""); // C: DBuffer strings, multibyte: DDBCSBuffer
   // Day -1, 1 BC / AD 1, the reform of 1752, 1900 (no leap day) and 2000.
-  DDate dates[7];
-  long const days[] = {-1,      1721423, 1721424, 2361221,
-                       2361222, 2415079, 2451604};
-  for (int i = 0; i < 7; ++i)
-    dates[i] = DDate::fromJulianDay(days[i]);
+  auto const day = &DDate::fromJulianDay;
+  [[maybe_unused]] DDate const dates[] = {
+      day(-1),      day(1721423), day(1721424), day(2361221),
+      day(2361222), day(2415079), day(2451604)};
   DString shared("shared \"text\"\n\xE9");
   DString sharedCopy = shared; // one buffer, two references
   DString unshared("alone");

@@ -39,9 +39,8 @@ inline ChildResult runInChild(std::function<int()> const& body) {
   ChildResult result{WIFEXITED(status) ? WEXITSTATUS(status) : -1,
                      WIFSIGNALED(status) ? WTERMSIG(status) : 0, ""};
   std::rewind(out);
-  char chunk[4096];
-  for (std::size_t n; (n = std::fread(chunk, 1, sizeof chunk, out)) > 0;)
-    result.output.append(chunk, n);
+  for (int c; (c = std::fgetc(out)) != EOF;)
+    result.output += static_cast<char>(c);
   std::fclose(out);
   return result;
 }
