@@ -1,9 +1,8 @@
 #!/usr/bin/env bash
-# ctest catalogue.installed: installs the build into a scratch prefix, with
-# message 1010 of its catalogue marked so that no other copy can pass for
-# it, and checks that the consumer finds it whatever LANG says, also after
-# the prefix moved; that NLSPATH still comes first; that a catalogue named
-# but missing gives the fallback text.
+# ctest catalogue.installed: installs the build into a scratch prefix with
+# message 1010 marked (no other copy passes for it); the consumer must find
+# it whatever LANG says and after the prefix moved, NLSPATH must come first,
+# and a catalogue named but missing must give the fallback text.
 #   installed-catalogue.sh <build dir> <consumer> <catalogue source> <gencat>
 set -euo pipefail
 build=$1 probe=$2 source=$3 gencat=$4
