@@ -84,16 +84,6 @@ u32 backward(std::string const& t, u32 start, bool emptySetAnswer,
   return static_cast<u32>(pos);
 }
 
-/// Non-overlapping occurrences of \p p from \p start.
-inline unsigned long occurrences(std::string const& t, std::string const& p,
-                                 u32 start) {
-  unsigned long n = 0;
-  for (u32 hit = indexOf(t, p, start); hit != 0;
-       hit = indexOf(t, p, hit + static_cast<u32>(p.size())))
-    ++n;
-  return n;
-}
-
 //===--- Edits ------------------------------------------------------------===//
 
 /// Replaces up to \p count non-overlapping occurrences from \p start.
