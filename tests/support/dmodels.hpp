@@ -237,31 +237,21 @@ inline std::string d2c(std::string const& t) {
   return std::string(number.begin(), number.end());
 }
 
-/// Big-endian bytes to decimal, by repeated division by ten.
+/// Big-endian bytes to decimal: times 256 plus the next byte, in decimal.
 inline std::string c2d(std::string const& t) {
-  if (t.empty())
-    return t;
-  std::vector<unsigned> number;
-  for (unsigned char b : t)
-    number.push_back(b);
-  bool allZero = std::all_of(number.begin(), number.end(),
-                             [](unsigned v) { return v == 0; });
-  if (allZero)
-    // Four bytes or fewer give "0"; from five on the zero padding stays.
-    return std::string(t.size() < 5 ? 1 : 3 * t.size() - 11, '0');
-  std::string digits;
-  while (!allZero) {
-    unsigned remainder = 0;
-    allZero = true;
-    for (unsigned& v : number) {
-      unsigned const cur = remainder * 256 + v;
-      v = cur / 10;
-      remainder = cur % 10;
-      allZero = allZero && v == 0;
+  std::string digits = t.empty() ? "" : "0";
+  for (unsigned char b : t) {
+    unsigned carry = b;
+    for (std::size_t i = digits.size(); i-- > 0; carry /= 10) {
+      carry += static_cast<unsigned>(digits[i] - '0') * 256;
+      digits[i] = static_cast<char>('0' + carry % 10);
     }
-    digits.insert(digits.begin(), static_cast<char>('0' + remainder));
+    for (; carry != 0; carry /= 10)
+      digits.insert(digits.begin(), static_cast<char>('0' + carry % 10));
   }
-  return digits;
+  // All zero: four bytes or fewer give "0"; from five on the padding stays.
+  return digits != "0" ? digits
+                       : std::string(t.size() < 5 ? 1 : 3 * t.size() - 11, '0');
 }
 
 } // namespace dmodel
