@@ -86,13 +86,11 @@ void runOne(dfuzz::Input& in) {
   context = "text " + dfuzz::show(t) + " arg " + dfuzz::show(p) + " arg2 " +
             dfuzz::show(q) + " a " + std::to_string(a) + " pad " +
             dfuzz::show(string(1, pad)) + " kind " + std::to_string(kind);
-  // A further number drawn from the input, added to the report.
   auto const draw = [](u32 v) {
     context += " " + std::to_string(v);
     return v;
   };
-  // Runs an edit on a handle (shared with a second one or alone) and
-  // checks the result and the second handle.
+  // An edit on a handle alone or shared; the other handle keeps its text.
   auto const edit = [&](char const* what, string const& want, auto&& change) {
     DString h = kind == 2 ? plain(t) : make(t), other;
     if (kind == 1)
@@ -332,9 +330,8 @@ void runOne(dfuzz::Input& in) {
   }
   case 22: {
     // Character classes against <ctype.h> given each byte as a signed char
-    // (bytes 0x80-0xFF belong to none here), on the text and on a long run
-    // of one byte with one other byte in it, which is read through the
-    // locale's classification table.
+    // (0x80-0xFF in none), on the text and on a long run of one byte with
+    // one other byte in it (read through the locale's table).
     string run(255 + in.upTo(60), "7bQ \x01~"[in.upTo(5)]);
     run[in.upTo(static_cast<u32>(run.size()) - 1)] =
         static_cast<char>(in.byte());
@@ -366,10 +363,9 @@ void runOne(dfuzz::Input& in) {
     EDIT("operator+=", t + p, d += ps);
     break;
   case 24: {
-    // Bit operators: the mask repeats over the receiver from its first
-    // byte and a longer one is cut; the receiver keeps its length. A text
-    // argument ends at its first NUL; the free forms take the text as the
-    // receiver and the string as the mask.
+    // Bit operators: the mask repeats over the receiver, which keeps its
+    // length. A text mask ends at its first NUL; the free forms take the
+    // text as the receiver.
     u32 const which = draw(in.upTo(2));
     auto const model = [which](string r, string const& mask) {
       for (std::size_t i = 0; i < r.size() && !mask.empty(); ++i) {

@@ -94,8 +94,7 @@ std::vector<Row> const rows = {
     {"ABC", E(s.lowerCase()), "abc", fresh},
     {"abcdef", E(s.remove(2, 0)), "abcdef"},
     {string(" \0 ", 3), E(s.strip()), string(1, '\0'), fresh},
-    // Default arguments, and the static forms, which edit a copy.
-    {"abc", E(s.rightJustify(5).leftJustify(7).center(9)), "   abc   ", fresh},
+    // The string forms, and the static ones, which edit a copy.
     {"abc", E(s.insert(D("X")).overlayWith(D("YZ"))), "YZbc", fresh},
     {"YZbc", E(s.strip(D("Yc")).translate("Z", 1, "", 0)), " b", fresh},
     {string("abc\0d", 5), T(D::change(s, D(string("c\0", 2)), D("-"))), "ab-d"},

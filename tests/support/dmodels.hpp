@@ -1,7 +1,5 @@
-// Plain reference models of the single-byte string operations on
-// std::string: searches, change, words and phrases, isLike and the radix
-// conversions, which the fuzz targets check the library against; and the
-// helpers that make a DString from bytes and read its bytes back.
+// Reference models of the single-byte string operations on std::string,
+// which the fuzz targets check the library against, and byte helpers.
 #ifndef D_TESTS_DMODELS_HPP
 #define D_TESTS_DMODELS_HPP
 
