@@ -1,8 +1,6 @@
-// Fuzz target: the single-byte string operations in the C locale against
-// the models of dmodels.hpp or a loop here, on a handle holding its buffer
-// alone, sharing it (the other handle keeps its text), or holding a derived
-// buffer that overrides nothing, so that the shortcuts for a plain DBuffer
-// (one-byte indexOf, ==, the word walk, upperCase) answer as its slots do.
+// Fuzz target: the single-byte operations in the C locale against models, on
+// a handle alone, shared, or holding a derived buffer that overrides nothing
+// (so the shortcuts for a plain DBuffer must answer as its slots do).
 #include "../tests/support/dmodels.hpp"
 #include "fuzz_input.hpp"
 
@@ -407,9 +405,8 @@ void runOne(dfuzz::Input& in) {
     break;
   }
   default: {
-    // Stream input: a word (operator>>, with a width, into a target that
-    // may share its old text; a failed stream empties it, noskipws reads
-    // no leading blanks), then the lines up to the pad byte.
+    // Stream input: a word (a width, a shared target, a failed stream
+    // empties it, noskipws), then the lines up to the pad byte.
     std::istringstream words(t), lines(t);
     std::streamsize const width = draw(in.upTo(8));
     u32 const mode = draw(in.upTo(7)); // 0 failed, 1 noskipws

@@ -101,8 +101,7 @@ inline std::string change(std::string const& t, std::string const& p,
   return out + t.substr(copied);
 }
 
-/// strip(set, mode): mode 0 leading, 1 trailing, 2 both; everything
-/// stripped gives "".
+/// strip(set, mode): mode 0 leading, 1 trailing, 2 both.
 inline std::string strip(std::string const& t, std::string const& set,
                          int mode) {
   std::size_t const first = t.find_first_not_of(set);
