@@ -1,6 +1,5 @@
-// Fuzz target: the radix conversions against the models of dmodels.hpp and
-// round trips, in both values of fgI18NState, each on a handle sharing its
-// buffer with a second one, which must keep its text.
+// Fuzz target: the radix conversions against models and round trips, in both
+// values of fgI18NState, on a shared handle (the other keeps its text).
 #include "../tests/support/dmodels.hpp"
 #include "fuzz_input.hpp"
 
@@ -39,8 +38,6 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data,
   // digits, limbs of 8 bytes and 19 digits).
   std::string const raw(reinterpret_cast<char const*>(data + 1), size - 1);
   std::string const bytes = raw.substr(0, 300);
-  // A decimal string without leading zeros, a hexadecimal and a binary
-  // string made from the input.
   std::string decimal, hex, binary;
   for (unsigned char b : raw.substr(0, 400))
     decimal.push_back(static_cast<char>('0' + b % 10));

@@ -1,8 +1,6 @@
-// Fuzz target: the single-byte string operations in the C locale against
-// the models of dmodels.hpp or a loop here, on a handle holding its buffer
-// alone, sharing it (the other handle keeps its text), or holding a derived
-// buffer that overrides nothing, so that the shortcuts for a plain DBuffer
-// (one-byte indexOf, ==, the word walk, upperCase) answer as its slots do.
+// Fuzz target: the single-byte operations in the C locale against models, on
+// a handle alone, shared, or holding a derived buffer that overrides nothing
+// (so the shortcuts for a plain DBuffer must answer as its slots do).
 #include "../tests/support/dmodels.hpp"
 #include "fuzz_input.hpp"
 
@@ -11,6 +9,7 @@
 #include <clocale>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <iterator>
 #include <new>
 #include <sstream>
@@ -57,9 +56,6 @@ int abPredicate(int c) {
 bool ab(char c) {
   return abPredicate(static_cast<signed char>(c));
 }
-bool notAb(char c) {
-  return !ab(c);
-}
 
 template <class F>
 string mapped(string t, F f) {
@@ -88,13 +84,11 @@ void runOne(dfuzz::Input& in) {
   context = "text " + dfuzz::show(t) + " arg " + dfuzz::show(p) + " arg2 " +
             dfuzz::show(q) + " a " + std::to_string(a) + " pad " +
             dfuzz::show(string(1, pad)) + " kind " + std::to_string(kind);
-  // A further number drawn from the input, added to the report.
   auto const draw = [](u32 v) {
     context += " " + std::to_string(v);
     return v;
   };
-  // Runs an edit on a handle (shared with a second one or alone) and
-  // checks the result and the second handle.
+  // An edit on a handle alone or shared; the other handle keeps its text.
   auto const edit = [&](char const* what, string const& want, auto&& change) {
     DString h = kind == 2 ? plain(t) : make(t), other;
     if (kind == 1)
@@ -112,8 +106,9 @@ void runOne(dfuzz::Input& in) {
   switch (op) {
   case 0:
     num("indexOf", s.indexOf(p.data(), len(p), a), indexOf(t, p, a));
+    // Each occurrence changed to itself plus one byte adds one byte.
     num("occurrencesOf", s.occurrencesOf(p.data(), len(p), a),
-        occurrences(t, p, a));
+        change(t, p, p + '#', a, 0xFFFFFFFFu).size() - n);
     if (!p.empty())
       num("indexOf(char)", s.indexOf(p[0], a), indexOf(t, p.substr(0, 1), a));
     num("lastIndexOf", s.lastIndexOf(p.data(), len(p), a),
@@ -132,10 +127,10 @@ void runOne(dfuzz::Input& in) {
   case 4:
     num("indexOf(test)", s.indexOf(test, a), forward(t, a, 0, 0, ab));
     num("indexOfAnyBut(test)", s.indexOfAnyBut(test, a),
-        forward(t, a, 0, 0, notAb));
+        forward(t, a, 0, 0, std::not_fn(ab)));
     num("lastIndexOf(test)", s.lastIndexOf(test, a), backward(t, a, 0, 0, ab));
     num("lastIndexOfAnyBut(test)", s.lastIndexOfAnyBut(test, a),
-        backward(t, a, 0, 0, notAb));
+        backward(t, a, 0, 0, std::not_fn(ab)));
     num("occurrencesOf(test)", s.occurrencesOf(test, a),
         from > n ? 0 : std::count_if(t.begin() + from - 1, t.end(), ab));
     break;
@@ -333,9 +328,8 @@ void runOne(dfuzz::Input& in) {
   }
   case 22: {
     // Character classes against <ctype.h> given each byte as a signed char
-    // (bytes 0x80-0xFF belong to none here), on the text and on a long run
-    // of one byte with one other byte in it, which is read through the
-    // locale's classification table.
+    // (0x80-0xFF in none), on the text and on a long run of one byte with
+    // one other byte in it (read through the locale's table).
     string run(255 + in.upTo(60), "7bQ \x01~"[in.upTo(5)]);
     run[in.upTo(static_cast<u32>(run.size()) - 1)] =
         static_cast<char>(in.byte());
@@ -367,10 +361,9 @@ void runOne(dfuzz::Input& in) {
     EDIT("operator+=", t + p, d += ps);
     break;
   case 24: {
-    // Bit operators: the mask repeats over the receiver from its first
-    // byte and a longer one is cut; the receiver keeps its length. A text
-    // argument ends at its first NUL; the free forms take the text as the
-    // receiver and the string as the mask.
+    // Bit operators: the mask repeats over the receiver, which keeps its
+    // length. A text mask ends at its first NUL; the free forms take the
+    // text as the receiver.
     u32 const which = draw(in.upTo(2));
     auto const model = [which](string r, string const& mask) {
       for (std::size_t i = 0; i < r.size() && !mask.empty(); ++i) {
@@ -381,30 +374,18 @@ void runOne(dfuzz::Input& in) {
     };
     string const pt = p.substr(0, p.find('\0'));
     char const* const mt = p.c_str();
-    txt("bit operator",
-        which == 0   ? s & ps
-        : which == 1 ? s | ps
-                     : s ^ ps,
-        model(t, p));
-    txt("bit operator text",
-        which == 0   ? s & mt
-        : which == 1 ? s | mt
-                     : s ^ mt,
-        model(t, pt));
-    txt("bit operator free",
-        which == 0   ? mt & s
-        : which == 1 ? mt | s
-                     : mt ^ s,
-        model(pt, t));
+    auto const bit = [which](auto const& x, auto const& y) {
+      return which == 0 ? x & y : which == 1 ? x | y : x ^ y;
+    };
+    auto const assign = [which](DString& d, auto const& y) {
+      which == 0 ? d &= y : which == 1 ? d |= y : d ^= y;
+    };
+    txt("bit operator", bit(s, ps), model(t, p));
+    txt("bit operator text", bit(s, mt), model(t, pt));
+    txt("bit operator free", bit(mt, s), model(pt, t));
     txt("bit operator kept its receiver", s, t);
-    EDIT("bit assign", model(t, p),
-         which == 0   ? d &= ps
-         : which == 1 ? d |= ps
-                      : d ^= ps);
-    EDIT("bit assign text", model(t, pt),
-         which == 0   ? d &= mt
-         : which == 1 ? d |= mt
-                      : d ^= mt);
+    EDIT("bit assign", model(t, p), assign(d, ps));
+    EDIT("bit assign text", model(t, pt), assign(d, mt));
     txt("operator~", ~s, mapped(t, [](char c) { return char(~c); }));
     txt("operator~ twice", ~~s, t);
     break;
@@ -424,9 +405,8 @@ void runOne(dfuzz::Input& in) {
     break;
   }
   default: {
-    // Stream input: a word (operator>>, with a width, into a target that
-    // may share its old text; a failed stream empties it, noskipws reads
-    // no leading blanks), then the lines up to the pad byte.
+    // Stream input: a word (a width, a shared target, a failed stream
+    // empties it, noskipws), then the lines up to the pad byte.
     std::istringstream words(t), lines(t);
     std::streamsize const width = draw(in.upTo(8));
     u32 const mode = draw(in.upTo(7)); // 0 failed, 1 noskipws

@@ -1,13 +1,11 @@
 // Buffer comparison (single-byte: DBufferCompare, multibyte: MbBufferCompare):
 // bytes with fgI18NState 0, with 1 the collation walk over NUL-separated
-// segments, seen through an interposed strcoll, and its errors.
+// segments, seen through an interposed strcoll.
 #include "dbuffer.hpp"
 #include "dstring.hpp"
 #include "dtest_child.hpp"
 #include "dtest_support.hpp"
 
-#include <algorithm>
-#include <cerrno>
 #include <cstdlib>
 #include <dlfcn.h>
 
@@ -18,7 +16,6 @@ namespace {
 
 std::vector<std::pair<string, string>> collated;
 bool recordCollation = false;
-int collationErrno = 0;
 
 } // namespace
 
@@ -27,10 +24,7 @@ extern "C" int strcoll(char const* a, char const* b) noexcept {
   static Fn const real = reinterpret_cast<Fn>(dlsym(RTLD_NEXT, "strcoll"));
   if (recordCollation)
     collated.emplace_back(a, b);
-  int const r = real(a, b);
-  if (collationErrno != 0)
-    errno = collationErrno;
-  return r;
+  return real(a, b);
 }
 
 namespace {
@@ -132,33 +126,11 @@ TEST(MbBufferCompare, Table) {
   compareTable(true);
 }
 
-// An errno left over from before the call is not a collation error, also
-// when the walk decides without calling strcoll.
-TEST(DBufferCompare, CollationErrorIsReported) {
-  dtest::I18NState const collation(1);
-  dtest::RecordingTrace trace;
-  DString const s("abc");
-  collationErrno = EINVAL;
-  EXPECT_DEXCEPTION(s.buffer()->compare("abd", 3), DInvalidRequest, EINVAL,
-                    true, "dbuffer2", 247);
-  collationErrno = 0;
-  string const text = "strcoll errno = " + std::to_string(EINVAL);
-  EXPECT_TRUE(
-      std::any_of(trace.lines.begin(), trace.lines.end(),
-                  [&](string const& l) { return l.find(text) != l.npos; }));
-  errno = ENOENT;
-  EXPECT_EQ(1u, s.buffer()->compare("\0bc", 3));
-  errno = ENOENT;
-  EXPECT_EQ(0u, s.buffer()->compare("abc", 3));
-  EXPECT_EQ(1, trace.logged);
-}
-
 namespace {
 
 // With fgI18NState 1 compare() works on NUL-terminated copies (and, for
 // multibyte text, wide arrays). When they cannot be allocated the answer is
-// 2 (before): no exception, no errno taken for a collation error, no
-// out-of-memory report.
+// 2 (before): no exception, no error, no out-of-memory report.
 void collationWithoutMemory() {
   if (!dtest::allocationsCanFail())
     GTEST_SKIP() << "another allocator replaced the test program's";
@@ -185,15 +157,6 @@ void collationWithoutMemory() {
   }
   EXPECT_EQ(0, trace.logged);
   EXPECT_TRUE(trace.lines.empty());
-  // Where memory is needed for the caller's result, the library's
-  // out-of-memory path runs (reported once) and the handle
-  // keeps its text.
-  DString s = dtest::make(tail);
-  dtest::failAllocationsFrom(tail.size() / 2);
-  EXPECT_THROW(s.insert("b", 1, 1), DOutOfMemory);
-  dtest::failAllocationsFrom(0);
-  EXPECT_EQ(1, trace.logged);
-  EXPECT_EQ(tail, dtest::bytes(s));
 }
 
 } // namespace

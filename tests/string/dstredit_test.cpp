@@ -1,7 +1,5 @@
-// The quirks and bounds of the single-byte operations that the fuzz models
-// rarely reach, one row each, run on a handle alone and sharing its buffer
-// in both values of fgI18NState: the answer (or exception, id, location),
-// the NUL behind, which buffer the handle ends up with, and the counts.
+// What the fuzz models rarely reach, one row each, alone and shared, in both
+// values of fgI18NState: answer or exception, the NUL, buffer and counts.
 #include "dstring.hpp"
 #include "dtest_support.hpp"
 
@@ -43,8 +41,7 @@ string slot(D& s, F f) {
   return bytes(s);
 }
 
-// An edit of the handle answering its text, a number or truth, a string,
-// a buffer slot.
+// An edit answering its text, a number or truth, a string, a buffer slot.
 #define E(...) Op([](D& s) { return (__VA_ARGS__, bytes(s)); })
 #define Q(...) Op([](D& s) { return ((void)s, std::to_string(__VA_ARGS__)); })
 #define T(...) Op([](D& s) { return ((void)s, bytes(__VA_ARGS__)); })
@@ -65,9 +62,8 @@ public:
 } const vowel;
 
 std::vector<Row> const rows = {
-    // Buffer slots: in place only with one reference, the receiver itself
-    // when there is nothing to do; tables and replacements may point into
-    // the very text edited.
+    // Buffer slots: in place only with one reference, the receiver when
+    // nothing changes; arguments may point into the text edited.
     {"aZ09\xE0\xE9z", B(b->upperCase()), "AZ09\xE0\xE9Z", inPlace},
     {"Az\xC0Z", B(b->lowerCase()), "az\xC0z", inPlace},
     {"abcba", B(b->translate(b->contents(), 2, b->contents() + 1, 2, '*')),
@@ -80,7 +76,6 @@ std::vector<Row> const rows = {
     {"abcdef", B(b->remove(2, 0)), "abcdef", fresh},
     {"abcde", B(b->center(5, '.')), "abcde"},
     {"aaaaa", B(b->change("aa", 2, "bb", 2, 2, all)), "abbbb", inPlace},
-    {"aaaaa", B(b->change("aa", 2, "b", 1, 1, 2)), "bba", fresh},
     {"aaaaa", B(b->change("", 0, "b", 1, 1, 9)), "aaaaa"},
     {"abcb", B(b->change("bc", 2, b->contents() + 2, 2, 1, 9)), "acbb",
      inPlace},
@@ -92,43 +87,32 @@ std::vector<Row> const rows = {
     {"abc", E(s.upperCase()), "ABC", inPlace},
     {"abc", E(s.translate(D("ab"), D("x"))), "x c", inPlace},
     {"ABC", E(s.lowerCase()), "abc", fresh},
-    {"abc", E(s.reverse()), "cba", fresh},
     {"abcdef", E(s.remove(2, 0)), "abcdef"},
     {string(" \0 ", 3), E(s.strip()), string(1, '\0'), fresh},
-    // Default arguments, and the static forms, which edit a copy.
-    {"abc", E(s.rightJustify(5).leftJustify(7).center(9)), "   abc   ", fresh},
+    // The string forms, and the static ones, which edit a copy.
     {"abc", E(s.insert(D("X")).overlayWith(D("YZ"))), "YZbc", fresh},
     {"YZbc", E(s.strip(D("Yc")).translate("Z", 1, "", 0)), " b", fresh},
     {string("abc\0d", 5), T(D::change(s, D(string("c\0", 2)), D("-"))), "ab-d"},
-    // Concatenation: an empty piece keeps the buffer; the text appended
-    // may lie inside the handle's own text, behind a NUL too.
+    // An empty piece keeps the buffer; the piece may lie in the text.
     {"abc", E(s += none, s += "", s += D()), "abc"},
     {"ab", T((s + none) + (none + s)), "abab"},
     {"abcd", E(s += static_cast<char const*>(s) + 1), "abcdbcd", fresh},
     {string("ab\0cd", 5), E(s += static_cast<char const*>(s) + 3),
      string("ab\0cdcd", 7), fresh},
-    // Bit operators: an empty mask changes nothing, the mask may be the
-    // text itself.
+    // Bit operators: an empty mask changes nothing; the mask may be the text.
     {"abc", E(s.applyBitOp("x", 1, D::BitOperator(3))), "abc", inPlace},
     {"abc", E(s &= "", s |= none, s ^= D(), s ^= ""), "abc"},
     {"abcd", E(s ^= static_cast<char const*>(s) + 1), "\3\1\7\6", any},
     // Indexing: 0 and 1 name the first byte; const access never copies.
     {"xyz", Q(&s[0u] == &s[1u] && &s[0] == &s[1]), "1", inPlace},
     {"xyz", Q(&std::as_const(s)[0u] == &std::as_const(s)[1]), "1"},
-    // Searches: default starts, a derived predicate.
-    {"abcabc", Q(s.indexOf('c') * 10 + s.lastIndexOf('c')), "36"},
-    {"abcabc", Q(s.lastIndexOfAnyBut(D("ab")) * 10 + s.indexOfAnyBut(D("ab"))),
-     "63"},
+    // Searches: a derived predicate.
     {"xyzzyeq", Q(s.indexOf(vowel) * 10 + s.lastIndexOf(vowel)), "66"},
     {"abc", Q(s.subString(2, 0).buffer() == DBuffer::defaultBuffer()), "1"},
     // isLike and isAbbrevFor beyond the generated patterns.
-    {"abc", Q(s.isLike(D("a?*")) && s.isLike(D("a%"), '%', '_')), "1"},
     {"", Q(s.isLike(none, 0, '*', '?') * 10 + s.isAbbrevFor(none, 0, 0)), "10"},
     {string(3000, 'a'), Q(s.isLike("*a*a*a*a*a*a*a*a*a*a*b", 22, '*', '?')),
      "0"},
-    {"del",
-     Q(s.isAbbrevFor(D("delete"), 3) * 10 + s.isAbbrevFor(D("delete"), 4)),
-     "10"},
     // Words: the arguments of indexOfWord, sums past 32 bits.
     {"ab cd", Q(s.indexOfWord(3, 1, 1) * 10 + s.indexOfWord(2, 1, 1)), "41"},
     {"ab cd", Q(s.indexOfWord(1, 0, 0) + s.indexOfWord(1, 6, 0)), "0"},
@@ -148,8 +132,7 @@ std::vector<Row> const rows = {
     {"\xFF\xFF", E(s.binaryMath(9)), "\x09\xFF\xFF", fresh, 1},
     {"00000", E(s.decimalMath(7)), "00007", fresh},
     {"999", E(s.decimalMath(255)), "255999", fresh},
-    // Growing at the bounds raises 1010, reported once, before changing
-    // anything; the replacement's bytes are never read.
+    // Growing past the bounds raises 1010 before reading or changing.
     {"ab", E(s.copy(0x80000000u)), r1010},
     {"x", E(s.copy(all)), r1010}, // passes copy's check, meets allocate()'s
     {"ab", E(s.change("a", 1, "r", 0xFFFFFFFEu, 1, 9)), r1010},
@@ -160,8 +143,7 @@ std::vector<Row> const rows = {
     {"a b", E(s.space(0xFFFFFFFEu, '-')), r1010},   // the second word
     {"a b", E(s.space(0xFFFFFFFDu, '-')), r1010},   // the factory
     {"a b c", E(s.space(0x80000000u, '-')), r1010}, // the second gap
-    // Index errors, each with its own line; an empty const string has no
-    // byte at all, index 0 included.
+    // Index errors, each with its own line; an empty const string has none.
     {"abc", E(s[-1]), r1011 + "197"},
     {"abc", E(std::as_const(s)[-1]), r1011 + "174"},
     {"abc", E(std::as_const(s)[4]), r1011 + "184"},
@@ -220,9 +202,8 @@ TEST(DStringEdit, QuirkTable) {
 
 namespace {
 
-// Slots that answer what DBuffer never would, so a handle shortcut for plain
-// buffers that skipped them shows. No data members: the text stays right
-// behind the DBuffer header.
+// Slots that answer what DBuffer never would, so that a handle shortcut that
+// skips them shows. No data members: the text stays behind the header.
 class ProbeBuffer : public DBuffer {
 public:
   explicit ProbeBuffer(unsigned int n) : DBuffer(n) {}

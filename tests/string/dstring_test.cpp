@@ -1,5 +1,4 @@
-// The DString handle: construction, sharing, the length arithmetic and its
-// bounds, debug descriptions.
+// The DString handle: construction, the length arithmetic and its bounds.
 #include "dstring.hpp"
 
 #include "string/dstring_p.hpp"
@@ -55,29 +54,6 @@ TEST(DStringConstruct, ValuesTextsAndPieces) {
   EXPECT_EQ(std::hash<std::string_view>()(raw), std::hash<DString>()(s));
 }
 
-TEST(DStringShare, CountsOfCopiesAssignmentsAndAdoption) {
-  DString a("shared text");
-  {
-    DString b(a), c("other");
-    DBuffer* old = c.buffer();
-    old->addRef(); // keeps it observable after c lets go
-    c = a;
-    EXPECT_EQ(1u, old->useCount());
-    old->removeRef();
-    EXPECT_EQ(3u, a.buffer()->useCount());
-    b.prepareToChange(); // shared: b takes a copy of its own
-    EXPECT_NE(a.buffer(), b.buffer());
-    EXPECT_EQ("shared text", bytes(b));
-    EXPECT_EQ(1u, b.buffer()->useCount());
-  }
-  DBuffer* const first = a.buffer();
-  DString& self = a;
-  a = self;
-  a.prepareToChange(); // unshared: nothing to do
-  EXPECT_EQ(first, a.buffer());
-  EXPECT_EQ(1u, a.buffer()->useCount());
-}
-
 //===--- Length bounds ----------------------------------------------------===//
 
 // A length is at most 0xFFFFFFFE, a buffer at most 4294967270 bytes; each
@@ -91,7 +67,6 @@ TEST(DBufferOverflow, CheckedLengthArithmetic) {
       {dinternal::checkedAdd(0xFFFFFFFDu, 1), 0xFFFFFFFEu},
       {dinternal::checkedAdd(0, 0xFFFFFFFEu), 0xFFFFFFFEu},
       {dinternal::checkedMultiply(0x7FFFFFFFu, 2), 0xFFFFFFFEu},
-      {dinternal::checkedMultiply(0x10000u, 0xFFFFu), 0xFFFF0000u},
       {dinternal::checkedMultiply(0xFFFFFFFFu, 0), 0},
       {dinternal::checkedLength(0xFFFFFFFEu), 0xFFFFFFFEu},
       {dinternal::c2bLength(0x1FFFFFFEu), 0xFFFFFFF0u},
@@ -110,10 +85,8 @@ TEST(DBufferOverflow, CheckedLengthArithmetic) {
   std::function<void()> const raising[] = {
       [] { dinternal::checkedAdd(0xFFFFFFFEu, 1); },
       [] { dinternal::checkedAdd(0, 0xFFFFFFFFu); },
-      [] { dinternal::checkedAdd(0x80000000u, 0x7FFFFFFFu); },
       [] { dinternal::checkedMultiply(0x80000000u, 2); },
       [] { dinternal::checkedMultiply(0x55555555u, 3); },
-      [] { dinternal::checkedMultiply(0x10000u, 0x10000u); },
       [] { dinternal::checkedLength(0xFFFFFFFFu); },
       [] { dinternal::checkedLength(std::size_t{1} << 32); },
       [] { dinternal::checkAllocatable(4294967271u); },
@@ -130,19 +103,4 @@ TEST(DBufferOverflow, CheckedLengthArithmetic) {
   for (auto const& call : raising)
     EXPECT_DEXCEPTION(call(), DInvalidRequest, 1010, true, "dbuffer0", 561);
   EXPECT_EQ(static_cast<int>(std::size(raising)), trace.logged);
-}
-
-//===--- Debug descriptions ---------------------------------------------===//
-
-TEST(DStringDebug, Descriptions) {
-  auto at = [](void const* p) {
-    return std::to_string(reinterpret_cast<unsigned long>(p));
-  };
-  DString const t23("abcdefghijklmnopqrstuvw"), t24 = t23 + "x";
-  EXPECT_EQ("DBuffer(@" + at(t23.buffer()) +
-                ",refs=1,len=23,data=[abcdefghijklmnopqrstuvw])",
-            bytes(t23.buffer()->asDebugInfo()));
-  EXPECT_EQ("DString(@" + at(&t24) + ",pBuffer->DBuffer(@" + at(t24.buffer()) +
-                ",refs=1,len=24,data=[abcdefghij...opqrstuvwx]))",
-            bytes(t24.asDebugInfo()));
 }

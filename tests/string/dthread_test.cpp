@@ -1,7 +1,5 @@
-// Threads sharing buffers, which the ThreadSanitizer lane runs too: copy on
-// write after other threads let go, and the switch from plain count changes
-// to the locked ones (whose fresh process also shows the fgI18NState its
-// KOVRA_I18N gave).
+// Threads sharing buffers (the ThreadSanitizer lane runs these too), and the
+// fgI18NState that KOVRA_I18N gives a fresh process.
 #include "dstring.hpp"
 #include "dtest_child.hpp"
 #include "dtest_support.hpp"
@@ -39,10 +37,9 @@ TEST(DStringThreadCopyOnWrite, WriteAfterOtherThreadsLetGo) {
   }
 }
 
-// The switch from plain count changes to the locked ones: strings made
-// before the first thread is started and shared with it while this thread
-// keeps copying, and a buffer made by a thread that has ended and freed
-// here. Runs in a fresh process, which has not started a thread yet.
+// The switch from plain count changes to locked ones, in a fresh process:
+// strings made before the first thread and shared with it while this thread
+// copies, and a buffer made by a thread that has ended, freed here.
 DTEST_CHILD(ThreadSwitchOver) {
   EXPECT_EQ(std::atoi(std::getenv("ZYN_EXPECT_I18N")), DString::fgI18NState);
   if (!__libc_single_threaded) {

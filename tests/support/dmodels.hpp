@@ -1,7 +1,5 @@
-// Plain reference models of the single-byte string operations on
-// std::string: searches, change, words and phrases, isLike and the radix
-// conversions, which the fuzz targets check the library against; and the
-// helpers that make a DString from bytes and read its bytes back.
+// Reference models of the single-byte string operations on std::string,
+// which the fuzz targets check the library against, and byte helpers.
 #ifndef D_TESTS_DMODELS_HPP
 #define D_TESTS_DMODELS_HPP
 
@@ -84,16 +82,6 @@ u32 backward(std::string const& t, u32 start, bool emptySetAnswer,
   return static_cast<u32>(pos);
 }
 
-/// Non-overlapping occurrences of \p p from \p start.
-inline unsigned long occurrences(std::string const& t, std::string const& p,
-                                 u32 start) {
-  unsigned long n = 0;
-  for (u32 hit = indexOf(t, p, start); hit != 0;
-       hit = indexOf(t, p, hit + static_cast<u32>(p.size())))
-    ++n;
-  return n;
-}
-
 //===--- Edits ------------------------------------------------------------===//
 
 /// Replaces up to \p count non-overlapping occurrences from \p start.
@@ -113,8 +101,7 @@ inline std::string change(std::string const& t, std::string const& p,
   return out + t.substr(copied);
 }
 
-/// strip(set, mode): mode 0 leading, 1 trailing, 2 both; everything
-/// stripped gives "".
+/// strip(set, mode): mode 0 leading, 1 trailing, 2 both.
 inline std::string strip(std::string const& t, std::string const& set,
                          int mode) {
   std::size_t const first = t.find_first_not_of(set);
@@ -247,31 +234,21 @@ inline std::string d2c(std::string const& t) {
   return std::string(number.begin(), number.end());
 }
 
-/// Big-endian bytes to decimal, by repeated division by ten.
+/// Big-endian bytes to decimal: times 256 plus the next byte, in decimal.
 inline std::string c2d(std::string const& t) {
-  if (t.empty())
-    return t;
-  std::vector<unsigned> number;
-  for (unsigned char b : t)
-    number.push_back(b);
-  bool allZero = std::all_of(number.begin(), number.end(),
-                             [](unsigned v) { return v == 0; });
-  if (allZero)
-    // Four bytes or fewer give "0"; from five on the zero padding stays.
-    return std::string(t.size() < 5 ? 1 : 3 * t.size() - 11, '0');
-  std::string digits;
-  while (!allZero) {
-    unsigned remainder = 0;
-    allZero = true;
-    for (unsigned& v : number) {
-      unsigned const cur = remainder * 256 + v;
-      v = cur / 10;
-      remainder = cur % 10;
-      allZero = allZero && v == 0;
+  std::string digits = t.empty() ? "" : "0";
+  for (unsigned char b : t) {
+    unsigned carry = b;
+    for (std::size_t i = digits.size(); i-- > 0; carry /= 10) {
+      carry += static_cast<unsigned>(digits[i] - '0') * 256;
+      digits[i] = static_cast<char>('0' + carry % 10);
     }
-    digits.insert(digits.begin(), static_cast<char>('0' + remainder));
+    for (; carry != 0; carry /= 10)
+      digits.insert(digits.begin(), static_cast<char>('0' + carry % 10));
   }
-  return digits;
+  // All zero: four bytes or fewer give "0"; from five on the padding stays.
+  return digits != "0" ? digits
+                       : std::string(t.size() < 5 ? 1 : 3 * t.size() - 11, '0');
 }
 
 } // namespace dmodel
