@@ -1,13 +1,12 @@
 // The multibyte suites, run in each multibyte test locale, for what
 // generated inputs do not reach (fuzz_mb checks searches, edits, classes,
 // the walk, collation and stream input against models): where bad bytes
-// raise 1012, which buffer an edit leaves, throwing predicates.
+// raise 1012, which buffer an edit leaves.
 #include "ddbcsb.hpp"
 #include "dnlsutil.hpp"
 #include "dtest_support.hpp"
 
 #include <functional>
-#include <malloc.h>
 
 using dtest::bytes;
 using dtest::len;
@@ -147,38 +146,4 @@ TEST(MbEdit, ResultBuffers) {
     edit(s);
     EXPECT_EQ(kept, s.buffer() == before) << text;
   }
-  // Everything stripped: the shared empty buffer, except trailing only
-  // with flag 0, which makes a new empty one.
-  for (int flag : {0, 1})
-    for (auto mode :
-         {DStringEnum::leading, DStringEnum::both, DStringEnum::trailing}) {
-      dtest::I18NState const state(flag);
-      DString s = make(w + w);
-      s.strip(w.data(), len(w), mode);
-      EXPECT_EQ(flag == 0 && mode == DStringEnum::trailing,
-                DBuffer::defaultBuffer() != s.buffer());
-      EXPECT_EQ("", bytes(s));
-    }
-}
-
-TEST(MbEdit, ThrowingPredicatesLeakNothing) {
-  DTEST_MB(c);
-  std::string text;
-  for (int i = 0; i < 1000; ++i)
-    text += c.wide;
-  dtest::I18NState const flag(1);
-  DStringTest const thrower([](int) -> int { throw 7; });
-  auto const run = [&] {
-    for (int i = 0; i < 40; ++i) {
-      DString s = make(text);
-      EXPECT_THROW(s.indexOfAnyOf(thrower, 1), int);
-      EXPECT_THROW(s.lastIndexOfAnyBut(thrower, ~0u), int);
-      EXPECT_THROW(s.strip(thrower, DStringEnum::both), int);
-    }
-  };
-  run(); // warm up whatever the C++ runtime keeps
-  std::size_t const before = mallinfo2().uordblks;
-  run();
-  // 120 lost wide copies would be over a megabyte (0 under ASan).
-  EXPECT_LT(mallinfo2().uordblks, before + 64 * 1024);
 }
