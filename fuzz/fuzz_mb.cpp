@@ -440,7 +440,8 @@ void runOne(dfuzz::Input& in) {
   if (n <= 300)
     checkCharacters(s, m);
   u32 const op = in.upTo(25), start = c.start;
-  DString r(s);
+  DString r = a & 2 ? DString(s) : DString(t.data(), n); // shared or not
+  DBuffer const* const before = r.buffer();
   std::string got;                 // an op's answer (or the edited text)
   std::optional<std::string> want; // its model's, when the op sets one
   int (*const tests[])(int) = {[](int ch) { return int(ch < 0 || ch > 0x7F); },
@@ -553,6 +554,12 @@ void runOne(dfuzz::Input& in) {
     want = num(search(c, op, a));
   else if (!want && valid && (want = edited(op, c)))
     got = bytes(r);
+  // An unshared text: flag 0's upperCase and a strip that strips nothing
+  // keep its buffer; flag 1's and translate make a new one.
+  bool const kept = (op == 9 || (op == 12 && bytes(r) == t)) && !flag;
+  if (!(a & 2) && n && (op == 9 || op == 11 || op == 12) &&
+      kept != (r.buffer() == before))
+    dfuzz::fail("buffer", num(op) + what);
   // An edit of valid text leaves whole characters; the copy keeps its value.
   if ((want && got != *want) || (valid && !Model(bytes(r)).valid) ||
       bytes(shared) != t)

@@ -1,7 +1,5 @@
-// The multibyte suites, run in each multibyte test locale, for what
-// generated inputs do not reach (fuzz_mb checks searches, edits, classes,
-// the walk, collation and stream input against models): where bad bytes
-// raise 1012, which buffer an edit leaves.
+// The multibyte suites, run in each multibyte test locale: where bad bytes
+// raise 1012 (fuzz_mb checks the rest against models).
 #include "ddbcsb.hpp"
 #include "dnlsutil.hpp"
 #include "dtest_support.hpp"
@@ -126,24 +124,4 @@ TEST(MbNlsUtil, BadBytesRaiseWhereFound) {
                     findBytePos(nullptr, 3, 1) + findCharNum(nullptr, 3, 1) +
                     findNextCharNum(nullptr, 3, 1) + findCurPos(nullptr, 3, 1) +
                     findNextPos(nullptr, 3, 1));
-}
-
-// Which buffer an edit leaves.
-TEST(MbEdit, ResultBuffers) {
-  DTEST_MB(c);
-  std::string const w = c.wide;
-  // Flag, text, edit, whether the unshared buffer is kept.
-  std::tuple<int, std::string, Edit, bool> const rows[] = {
-      {0, "ab" + w, [](DString& s) { s.upperCase(); }, true}, // in place
-      {0, w, [](DString& s) { s.upperCase(); }, true},        // no letter
-      {1, w, [](DString& s) { s.upperCase(); }, false},
-      {0, w, [](DString& s) { s.translate("a", 1, "X", 1); }, false},
-      {0, "a" + w, [](DString& s) { s.strip(star); }, true}};
-  for (auto const& [flag, text, edit, kept] : rows) {
-    dtest::I18NState const state(flag);
-    DString s = make(text);
-    DBuffer const* const before = s.buffer();
-    edit(s);
-    EXPECT_EQ(kept, s.buffer() == before) << text;
-  }
 }
