@@ -35,17 +35,14 @@ std::string num(unsigned long v) {
 // A copy of bytes ending at the end of page slot 0 or 1 (the page after it
 // unreadable), valid until the slot's next use.
 char const* guardedCopy(int slot, std::string const& bytes) {
-  static char* pages[2] = {nullptr, nullptr};
   static std::size_t const page = std::size_t(sysconf(_SC_PAGESIZE));
-  if (pages[slot] == nullptr) {
-    void* const m = mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE,
-                         MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (m == MAP_FAILED || mprotect((char*)m + page, page, PROT_NONE) != 0)
-      std::abort();
-    pages[slot] = static_cast<char*>(m);
-  }
-  return static_cast<char*>(std::memcpy(pages[slot] + page - bytes.size(),
-                                        bytes.data(), bytes.size()));
+  static char* const pages = static_cast<char*>(
+      mmap(nullptr, 4 * page, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+  char* const end = pages + (2 * slot + 1) * page;
+  if (mprotect(end - page, page, PROT_READ | PROT_WRITE) != 0)
+    std::abort();
+  return static_cast<char*>(
+      std::memcpy(end - bytes.size(), bytes.data(), bytes.size()));
 }
 
 // A text split into its characters (bytes, wide value, start offset; one
@@ -219,14 +216,11 @@ std::optional<std::string> edited(u32 op, Case const& c) {
     for (u32 i = 0; i < count; ++i) {
       wint_t const w = wint_t(m.wide[i]);
       wchar_t const to = wchar_t(op == 9 ? std::towupper(w) : std::towlower(w));
-      char out[MB_LEN_MAX], b0 = m.chars[i][0];
+      char out[MB_LEN_MAX];
       std::mbstate_t state{};
-      if (!c.flag && m.chars[i].size() == 1 && std::isalpha(b0))
-        want += char(op == 9 ? std::toupper(b0) : std::tolower(b0));
-      else
-        want += !c.flag || to == m.wide[i]
-                    ? m.chars[i]
-                    : std::string(out, std::wcrtomb(out, to, &state));
+      want += (c.flag || m.chars[i].size() == 1) && to != m.wide[i]
+                  ? std::string(out, std::wcrtomb(out, to, &state))
+                  : m.chars[i];
     }
     return want;
   case 11: // translate(p, q, pad): the first entry decides
