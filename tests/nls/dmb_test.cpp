@@ -58,49 +58,45 @@ TEST(MbNlsUtil, BadBytesRaiseWhereFound) {
   wchar_t out[32];
   char bytes[32] = {};
   std::mbstate_t state{};
-  // Flag, what raises (given a string holding bad), the line.
-  std::vector<std::tuple<int, Edit, int>> rows = {
-      {0, [&](DString&) { cvtMBS2WCS(cut.data(), len(cut), out); }, 760},
-      {0, [&](DString&) { DWBuffer w(cut.c_str()); }, 725}, // NUL in reach
-      {0, [&](DString&) { cvtMB2WC(c.wide.data(), 1, out, &state); }, 760},
-      {0,
-       [&](DString&) {
-         getRemainString(after.data(), len(after), 1, '*', bytes);
-       },
-       725},
-      {0,
-       [&](DString&) { getSubString(cut.data(), len(cut), 2, '*', bytes, 4); },
-       760},
-      {1, [](DString& s) { s.leftJustify(4, '*'); }, 725},
-      {1, [](DString& s) { s.center(3, '*'); }, 725},
-      {1, [](DString& s) { s.insert("X", 1, 2, '*'); }, 725},
-      {1, [](DString& s) { s.overlayWith("X", 1, 2, '*'); }, 725},
-      {1, [](DString& s) { s.reverse(); }, 725},
-      {1, [](DString& s) { s.upperCase(); }, 725},
-      {1, [](DString& s) { s.strip("a", 1, DStringEnum::both); }, 725},
-      {1, [](DString& s) { s.strip(star, DStringEnum::both); }, 725},
-      {1, [](DString& s) { s.translate("a", 1, "b", 1, '*'); }, 725},
-      {1, [](DString& s) { s = s.subString(1, 3, '*'); }, 725},
-      {1, [](DString& s) { s.indexOfAnyOf(star, 1); }, 725},
-      {1, [](DString& s) { s = "abc", s.insert("\xFF", 1, 1, '*'); }, 725}};
+  dtest::RecordingTrace trace;
+  auto const raises = [](int line, std::function<void()> const& f) {
+    EXPECT_DEXCEPTION(f(), DInvalidRequest, 1012, false, "dnlsutil", line);
+  };
+  raises(760, [&] { cvtMBS2WCS(cut.data(), len(cut), out); });
+  raises(725, [&] { DWBuffer w(cut.c_str()); }); // NUL in reach
+  raises(760, [&] { cvtMB2WC(c.wide.data(), 1, out, &state); });
+  raises(725,
+         [&] { getRemainString(after.data(), len(after), 1, '*', bytes); });
+  raises(760, [&] { getSubString(cut.data(), len(cut), 2, '*', bytes, 4); });
   for (std::string const& seq : c.invalid) {
     std::string const t = "a" + seq + "b";
-    rows.push_back(
-        {0, [t, &out](DString&) { cvtMBS2WCS(t.data(), len(t), out); }, 725});
-    rows.push_back({0, [t](DString&) { DWBuffer(t.data(), len(t)); }, 725});
+    raises(725, [&] { cvtMBS2WCS(t.data(), len(t), out); });
+    raises(725, [&] { DWBuffer(t.data(), len(t)); });
   }
-  dtest::RecordingTrace trace;
-  for (auto const& [flag, raise, line] : rows) {
-    dtest::I18NState const state(flag);
-    DString s = make(bad);
-    EXPECT_DEXCEPTION(raise(s), DInvalidRequest, 1012, false, "dnlsutil", line);
-  }
-  EXPECT_GE(trace.logged, int(rows.size())); // each reported, then thrown
+  dtest::I18NState const flag(1); // edits of a string holding bad
+  Edit const edits[] = {
+      [](DString& s) { s.leftJustify(4, '*'); },
+      [](DString& s) { s.center(3, '*'); },
+      [](DString& s) { s.insert("X", 1, 2, '*'); },
+      [](DString& s) { s.overlayWith("X", 1, 2, '*'); },
+      [](DString& s) { s.reverse(); },
+      [](DString& s) { s.upperCase(); },
+      [](DString& s) { s.strip("a", 1, DStringEnum::both); },
+      [](DString& s) { s.strip(star, DStringEnum::both); },
+      [](DString& s) { s.translate("a", 1, "b", 1, '*'); },
+      [](DString& s) { s = s.subString(1, 3, '*'); },
+      [](DString& s) { s.indexOfAnyOf(star, 1); },
+      [](DString& s) { s = "abc", s.insert("\xFF", 1, 1, '*'); }};
+  for (Edit const& edit : edits)
+    raises(725, [&] {
+      DString s = make(bad);
+      edit(s);
+    });
+  EXPECT_GE(trace.logged, 5 + 2 * int(c.invalid.size()) + 12); // then thrown
   state = std::mbstate_t{};
   EXPECT_EQ(1u, cvtMB2WC("\0z", 2, out, &state)); // a NUL is one byte
   // Backwards, the character number is looked up first; with a bad byte
   // before the start there is none: 0, no conversion.
-  dtest::I18NState const flag(1);
   EXPECT_EQ(0u, make(bad).lastIndexOfAnyBut(star, ~0u));
   // Bad bytes before the start of an extraction: no character number, so
   // all pad.
