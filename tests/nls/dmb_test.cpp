@@ -11,64 +11,47 @@ using dtest::len;
 using dtest::make;
 using Edit = std::function<void(DString&)>;
 
-namespace {
-
-struct Mb {
-  std::string wide;      // a character of three or four bytes
-  std::string truncated; // a lead cut short (valid only at the text's end)
-  std::vector<std::string> invalid; // sequences that start no character
-};
-
-// The samples of the current locale (codeset, wide, truncated, then the
-// invalid sequences), or null outside the test locales.
-Mb const* mbSamples() {
-  static Mb samples;
-  for (std::string const row :
-       {"UTF-8|\xF0\x9F\x98\x80|\xE3\x81|\x80|\xC0\xAF|\xFF|\xED\xA0\x80",
-        "EUC-JP|\x8F\xB0\xA1|\x8F\xB0|\xFF|\xA4\x41|\x8E\x41",
-        "GB18030|\x81\x30\x86\x38|\x81\x30\x81|\x80|\xFF|\x81\x30\x20"}) {
-    std::vector<std::string> f(1);
-    for (char c : row)
-      c == '|' ? f.emplace_back() : (f.back() += c);
-    if (MB_CUR_MAX > 1 && dtest::localeIs(f[0].c_str()))
-      return &(samples = {f[1], f[2], {f.begin() + 3, f.end()}});
-  }
-  return nullptr;
-}
-
-DStringTest const star([](int c) { return int(c == '*'); });
-
-} // namespace
-
-/// Skips the test outside the multibyte test locales; else binds \p name.
-#define DTEST_MB(name)                                                         \
-  Mb const* const name##p = mbSamples();                                       \
-  if (name##p == nullptr)                                                      \
-    GTEST_SKIP() << "not a multibyte test locale";                             \
-  [[maybe_unused]] Mb const& name = *name##p
-
 // Bad bytes raise 1012 where they are found (725: a sequence that starts
 // no character, 760: one cut off by the end); flag 1 edits wide text, so
 // they raise from edits too (in the text or the argument; flag 0 never
 // raises: fuzz_mb).
 TEST(MbNlsUtil, BadBytesRaiseWhereFound) {
-  DTEST_MB(c);
-  std::string const bad = "ab\xFF" + c.wide + "cd", cut = "ab" + c.truncated;
-  std::string const after = "ab" + c.invalid[0];
+  // The samples of the locale: codeset, a character of three or four bytes,
+  // a lead cut short (valid only at the text's end), then sequences that
+  // start no character.
+  std::vector<std::string> f;
+  for (std::string const row :
+       {"UTF-8|\xF0\x9F\x98\x80|\xE3\x81|\x80|\xC0\xAF|\xFF|\xED\xA0\x80",
+        "EUC-JP|\x8F\xB0\xA1|\x8F\xB0|\xFF|\xA4\x41|\x8E\x41",
+        "GB18030|\x81\x30\x86\x38|\x81\x30\x81|\x80|\xFF|\x81\x30\x20"}) {
+    f.assign(1, "");
+    for (char ch : row)
+      ch == '|' ? f.emplace_back() : (f.back() += ch);
+    if (MB_CUR_MAX > 1 && dtest::localeIs(f[0].c_str()))
+      break;
+    f.clear();
+  }
+  if (f.empty())
+    GTEST_SKIP() << "not a multibyte test locale";
+  std::string const &wide = f[1], &truncated = f[2];
+  std::vector<std::string> const invalid(f.begin() + 3, f.end());
+  std::string const bad = "ab\xFF" + wide + "cd", cut = "ab" + truncated;
+  std::string const after = "ab" + invalid[0];
   wchar_t out[32];
   char bytes[32] = {};
   std::mbstate_t state{};
+  static DStringTest const star([](int ch) { return int(ch == '*'); });
   dtest::RecordingTrace trace;
-  auto const raises = [](int line, std::function<void()> const& f) {
-    EXPECT_DEXCEPTION(f(), DInvalidRequest, 1012, false, "dnlsutil", line);
+  auto const raises = [](int line, std::function<void()> const& call) {
+    EXPECT_DEXCEPTION(call(), DInvalidRequest, 1012, false, "dnlsutil", line);
   };
   raises(760, [&] { cvtMBS2WCS(cut.data(), len(cut), out); });
   raises(725, [&] { DWBuffer w(cut.c_str()); }); // NUL in reach
-  raises(760, [&] { cvtMB2WC(c.wide.data(), 1, out, &state); });
+  raises(760, [&] { cvtMB2WC(wide.data(), 1, out, &state); });
   raises(725,
          [&] { getRemainString(after.data(), len(after), 1, '*', bytes); });
   raises(760, [&] { getSubString(cut.data(), len(cut), 2, '*', bytes, 4); });
-  for (std::string const& seq : c.invalid) {
+  for (std::string const& seq : invalid) {
     std::string const t = "a" + seq + "b";
     raises(725, [&] { cvtMBS2WCS(t.data(), len(t), out); });
     raises(725, [&] { DWBuffer(t.data(), len(t)); });
@@ -92,7 +75,7 @@ TEST(MbNlsUtil, BadBytesRaiseWhereFound) {
       DString s = make(bad);
       edit(s);
     });
-  EXPECT_GE(trace.logged, 5 + 2 * int(c.invalid.size()) + 12); // then thrown
+  EXPECT_GE(trace.logged, 5 + 2 * int(invalid.size()) + 12); // then thrown
   state = std::mbstate_t{};
   EXPECT_EQ(1u, cvtMB2WC("\0z", 2, out, &state)); // a NUL is one byte
   // Backwards, the character number is looked up first; with a bad byte
@@ -100,7 +83,7 @@ TEST(MbNlsUtil, BadBytesRaiseWhereFound) {
   EXPECT_EQ(0u, make(bad).lastIndexOfAnyBut(star, ~0u));
   // Bad bytes before the start of an extraction: no character number, so
   // all pad.
-  std::string const before = "a" + c.invalid[0] + "bc";
+  std::string const before = "a" + invalid[0] + "bc";
   std::memset(bytes, '?', sizeof bytes);
   EXPECT_EQ(2u, getRemainString(before.data(), len(before), len(before) - 1,
                                 '*', bytes));
