@@ -265,11 +265,11 @@ std::optional<std::string> edited(u32 op, Case const& c) {
     return want + t.substr(k);
   case 22:
     return t + p;
-  case 23: // strip(): white space, by iswspace (1) or isspace on bytes (0)
+  case 23: // strip(): white space, by iswspace (1) or on bytes (0)
     return m.strip(
         [&](u32 i) {
-          return c.flag ? std::iswspace(wint_t(m.wide[i])) != 0
-                        : m.chars[i].size() == 1 && std::isspace(m.chars[i][0]);
+          return (c.flag || m.chars[i].size() == 1) &&
+                 std::iswspace(wint_t(m.wide[i]));
         },
         2);
   }
@@ -373,11 +373,11 @@ void checkCharacters(DString const& s, Model const& m) {
     dfuzz::fail("characters", show(m.t) + " gave " + got + "want " + want);
 }
 
-// Sample characters of each locale's character set after a part of its
-// name, split at '|' ('[' follows the capital letters). In GB18030 U+20087
-// twice: four bytes that convert back as the two after.
-Chars const& pieces() {
-  static Chars const chars = [] {
+// A text of whole characters of the locale, or (when raw) input bytes. The
+// samples follow a part of the locale's name ('[' follows the capitals); in
+// GB18030 U+20087 twice: four bytes that convert back as the two after.
+std::string mbText(dfuzz::Input& in, unsigned int maxPieces, bool raw) {
+  static Chars const pieces = [] {
     char const* const env = std::getenv("ZYN_FUZZ_LOCALE");
     for (
         std::string const row :
@@ -396,15 +396,10 @@ Chars const& pieces() {
     }
     return Chars();
   }();
-  return chars;
-}
-
-// A text of whole characters of the locale, or (when raw) input bytes.
-std::string mbText(dfuzz::Input& in, unsigned int maxPieces, bool raw) {
   std::string out;
   for (u32 i = 0, count = in.upTo(maxPieces); i < count && !in.empty(); ++i)
     out += raw ? std::string(1, char(in.byte()))
-               : pieces()[in.byte() % pieces().size()];
+               : pieces[in.byte() % pieces.size()];
   return out;
 }
 
