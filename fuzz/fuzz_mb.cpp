@@ -80,13 +80,14 @@ struct Model {
   }
   // The first character start (1-based) at or after s where ok(start), or
   // (back) the last at or before s; 0 for none or s 0.
+  // (bytes: at every byte, forwards only).
   template <class Ok>
-  u32 scan(u32 s, bool back, Ok ok) const {
+  u32 scan(u32 s, bool back, Ok ok, bool bytes = false) const {
     u32 hit = 0;
-    for (u32 i = 0; i < count(); ++i)
-      if (s && (back ? starts[i] < s : starts[i] >= s - 1) && (back || !hit) &&
-          ok(starts[i] + 1))
-        hit = starts[i] + 1;
+    for (u32 i = 0, at; i < (bytes ? size() : count()); ++i)
+      if (at = bytes ? i : starts[i],
+          s && (back ? at < s : at >= s - 1) && (back || !hit) && ok(at + 1))
+        hit = at + 1;
     return hit;
   }
   // startSearch() or (back) startBackwardsSearch() for need bytes.
@@ -154,17 +155,15 @@ u32 search(Case const& c, u32 op, u32 a) {
   u32 hits = 0;
   if (op == 0 && pl == 1)
     return search(c, 2, a);
-  for (u32 q = s; op == 3 && pl == 1 && q && q <= m.size(); ++q)
-    if (t[q - 1] != p[0]) // a set of one byte is passed byte by byte
-      return q;
+  if (op == 3 && pl == 1) // a set of one byte is passed byte by byte
+    return m.scan(
+        s, false, [&](u32 q) { return t[q - 1] != p[0]; }, true);
   for (u32 hit = op == 6 ? search(c, 0, a) : 0; hit;
        hit = search(c, 0, hit + pl))
     ++hits; // occurrences, each behind the previous
   if (op == 6 || !s || !pl)
     return op == 6 ? hits : but ? s : 0;
-  return op == 3 && pl == 1 ? 0 : m.scan(s, back, [&](u32 q) {
-    return op < 2 ? at(q) : in(q) != but;
-  });
+  return m.scan(s, back, [&](u32 q) { return op < 2 ? at(q) : in(q) != but; });
 }
 
 // The predicate searches: flag 1 tests wide values, flag 0 the first byte
@@ -180,10 +179,7 @@ std::string predicates(Case const& c, int (*test)(int)) {
   };
   u32 const s = c.flag ? (c.a ? c.a : 1) : m.from(c.a, 1, false);
   u32 const e = c.flag ? std::min(c.a, m.size()) : m.from(c.a, 1, true);
-  u32 anyOf = 0;
-  for (u32 q = s; !c.flag && q && q <= m.size() && !anyOf; ++q)
-    anyOf = is(true)(q) ? q : 0;
-  anyOf = c.flag ? m.scan(s, false, is(true)) : anyOf;
+  u32 const anyOf = m.scan(s, false, is(true), !c.flag);
   return num(anyOf) + num(m.scan(s, false, is(false))) +
          num(m.scan(e, true, is(true))) + num(m.scan(e, true, is(false))) +
          num(anyOf) + num(m.scan(e, true, is(true)));
@@ -450,12 +446,7 @@ void runOne(dfuzz::Input& in) {
       [&] { r.upperCase(); },
       [&] { r.lowerCase(); },
       [&] { r.translate(pd, pl, qd, ql, c.pad); },
-      [&] { // all stripped: the shared empty buffer, but flag 0's trailing
-        r.strip(pd, pl, static_cast<DStringEnum::StripMode>(b % 3));
-        if (n && !r.length() &&
-            (DBuffer::defaultBuffer() != r.buffer()) != (!flag && b % 3 == 1))
-          dfuzz::fail("strip's buffer", what);
-      },
+      [&] { r.strip(pd, pl, static_cast<DStringEnum::StripMode>(b % 3)); },
       [&] { r.reverse(); },
       [&] { r.overlayWith(pd, pl, b, c.pad); },
       [&] { r.insert(pd, pl, b, c.pad); },
@@ -544,10 +535,13 @@ void runOne(dfuzz::Input& in) {
   else if (!want && valid && (want = edited(op, c)))
     got = bytes(r);
   // An unshared text: flag 0's upperCase and a strip that strips nothing
-  // keep its buffer; flag 1's and translate make a new one.
+  // keep its buffer; flag 1's and translate make a new one. All stripped:
+  // the shared empty buffer, but a new one from flag 0's trailing strip.
   bool const kept = (op == 9 || (op == 12 && bytes(r) == t)) && !flag;
-  if (!(a & 2) && n && (op == 9 || op == 11 || op == 12) &&
-      kept != (r.buffer() == before))
+  if ((!(a & 2) && n && (op == 9 || op == 11 || op == 12) &&
+       kept != (r.buffer() == before)) ||
+      (op == 12 && n && !r.length() &&
+       (DBuffer::defaultBuffer() != r.buffer()) != (!flag && b % 3 == 1)))
     dfuzz::fail("buffer", num(op) + what);
   // An edit of valid text leaves whole characters; the copy keeps its value.
   if ((want && got != *want) || (valid && !Model(bytes(r)).valid) ||
