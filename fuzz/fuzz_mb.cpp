@@ -28,9 +28,7 @@ namespace {
 using u32 = unsigned int;
 using Chars = std::vector<std::string>;
 
-std::string num(unsigned long v) {
-  return std::to_string(v) + " ";
-}
+auto const num = [](unsigned long v) { return std::to_string(v) + " "; };
 
 // A copy of bytes ending at the end of page slot 0 or 1 (the page after it
 // unreadable), valid until the slot's next use.
@@ -530,6 +528,8 @@ void runOne(dfuzz::Input& in) {
                                    "op " + num(op) + what);
     return;
   }
+  if (flag && !m.valid && ((op >= 9 && op <= 13) || op == 23)) // whole text
+    dfuzz::fail("no 1012", num(op) + what);
   if (!want && valid && op <= 6)
     want = num(search(c, op, a));
   else if (!want && valid && (want = edited(op, c)))
