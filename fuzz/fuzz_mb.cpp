@@ -370,15 +370,14 @@ void checkCharacters(DString const& s, Model const& m) {
 std::string mbText(dfuzz::Input& in, unsigned int maxPieces, bool raw) {
   static Chars const pieces = [] {
     char const* const env = std::getenv("ZYN_FUZZ_LOCALE");
-    for (
-        std::string const row :
-        {"eucJP|a|b| "
-         "|\t|\xA4\xA2|\xB0\xA1|\x8E\xB1|\x8F\xB0\xA1|A|*|?|\xA6\xC1|"
-         "\xA1\xA1|[|7",
-         "18030|a|b| |\t|\xD6\xD0|\x81\x30\x81\x30|\xA1\xA1|\x95\x32\x82\x36|A|"
-         "*|?|\xA6\xC1|\x81\x61|[|7|\x81\x30\x86\x38|\x95\x32\x90\x31|\xFE\x51",
-         "UTF-8|a|b| |\t|\xC3\xA9|\xE3\x81\x82|\xF0\x9F\x98\x80|\xE4\xB8\xAD|A|"
-         "*|?|\xCE\xB1|\xE3\x80\x80|[|7"}) {
+    for (std::string const row :
+         {"eucJP|a|b| |\t|\xA4\xA2|\xB0\xA1|\x8E\xB1|\x8F\xB0\xA1|A|*|?|"
+          "\xA6\xC1|\xA1\xA1|[|7",
+          "18030|a|b| |\t|\xD6\xD0|\x81\x30\x81\x30|\xA1\xA1|\x95\x32\x82\x36|"
+          "A|*|?|\xA6\xC1|\x81\x61|[|7|\x81\x30\x86\x38|\x95\x32\x90\x31|"
+          "\xFE\x51",
+          "UTF-8|a|b| |\t|\xC3\xA9|\xE3\x81\x82|\xF0\x9F\x98\x80|\xE4\xB8\xAD|"
+          "A|*|?|\xCE\xB1|\xE3\x80\x80|[|7"}) {
       Chars out(1);
       for (char ch : row)
         ch == '|' ? out.emplace_back() : (out.back() += ch);
