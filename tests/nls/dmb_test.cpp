@@ -15,9 +15,8 @@ using dtest::make;
 // they raise from edits too (in the text or the argument; fuzz_mb checks
 // the edits of the whole text, and that flag 0 never raises).
 TEST(MbNlsUtil, BadBytesRaiseWhereFound) {
-  // The samples of the locale: codeset, a character of three or four bytes,
-  // a lead cut short (valid only at the text's end), then sequences that
-  // start no character.
+  // The locale's codeset, a character of three or four bytes, a lead cut
+  // short (valid at the text's end only), sequences that start no character.
   std::vector<std::string> f;
   for (std::string const row :
        {"UTF-8|\xF0\x9F\x98\x80|\xE3\x81|\x80|\xC0\xAF|\xFF|\xED\xA0\x80",
@@ -55,21 +54,16 @@ TEST(MbNlsUtil, BadBytesRaiseWhereFound) {
     raises(725, [&] { cvtMBS2WCS(t.data(), len(t), out); });
     raises(725, [&] { DWBuffer(t.data(), len(t)); });
   }
-  dtest::I18NState const flag(1); // edits of a string holding bad
-  std::function<void(DString&)> const edits[] = {
-      [](DString& s) { s.leftJustify(4, '*'); },
-      [](DString& s) { s.center(3, '*'); },
-      [](DString& s) { s.insert("X", 1, 2, '*'); },
-      [](DString& s) { s.overlayWith("X", 1, 2, '*'); },
-      [](DString& s) { s.strip(star, DStringEnum::both); },
-      [](DString& s) { s = s.subString(1, 3, '*'); },
-      [](DString& s) { s.indexOfAnyOf(star, 1); },
-      [](DString& s) { s = "abc", s.insert("\xFF", 1, 1, '*'); }};
-  for (auto const& edit : edits)
-    raises(725, [&] {
-      DString s = make(bad);
-      edit(s);
-    });
+  dtest::I18NState const flag(1);
+  // Edits of a string holding bad, or of a bad argument.
+  raises(725, [&] { make(bad).leftJustify(4, '*'); });
+  raises(725, [&] { make(bad).center(3, '*'); });
+  raises(725, [&] { make(bad).insert("X", 1, 2, '*'); });
+  raises(725, [&] { make(bad).overlayWith("X", 1, 2, '*'); });
+  raises(725, [&] { make(bad).strip(star, DStringEnum::both); });
+  raises(725, [&] { make(bad).subString(1, 3, '*'); });
+  raises(725, [&] { make(bad).indexOfAnyOf(star, 1); });
+  raises(725, [&] { make("abc").insert("\xFF", 1, 1, '*'); });
   EXPECT_GE(trace.logged, 5 + 2 * int(invalid.size()) + 8); // then thrown
   state = std::mbstate_t{};
   EXPECT_EQ(1u, cvtMB2WC("\0z", 2, out, &state)); // a NUL is one byte
