@@ -34,7 +34,7 @@ TEST(MbNlsUtil, BadBytesRaiseWhereFound) {
   std::string const &wide = f[1], &truncated = f[2];
   std::vector<std::string> const invalid(f.begin() + 3, f.end());
   std::string const bad = "ab\xFF" + wide + "cd", cut = "ab" + truncated;
-  std::string const after = "ab" + invalid[0];
+  std::string const tail = "ab" + invalid[0];
   wchar_t out[32];
   char bytes[32] = {};
   std::mbstate_t state{};
@@ -46,8 +46,7 @@ TEST(MbNlsUtil, BadBytesRaiseWhereFound) {
   raises(760, [&] { cvtMBS2WCS(cut.data(), len(cut), out); });
   raises(725, [&] { DWBuffer w(cut.c_str()); }); // NUL in reach
   raises(760, [&] { cvtMB2WC(wide.data(), 1, out, &state); });
-  raises(725,
-         [&] { getRemainString(after.data(), len(after), 1, '*', bytes); });
+  raises(725, [&] { getRemainString(tail.data(), len(tail), 1, '*', bytes); });
   raises(760, [&] { getSubString(cut.data(), len(cut), 2, '*', bytes, 4); });
   for (std::string const& seq : invalid) {
     std::string const t = "a" + seq + "b";
@@ -70,8 +69,7 @@ TEST(MbNlsUtil, BadBytesRaiseWhereFound) {
   // Backwards, the character number is looked up first; with a bad byte
   // before the start there is none: 0, no conversion.
   EXPECT_EQ(0u, make(bad).lastIndexOfAnyBut(star, ~0u));
-  // Bad bytes before the start of an extraction: no character number, so
-  // all pad.
+  // Bad bytes before an extraction's start: no character number, all pad.
   std::string const before = "a" + invalid[0] + "bc";
   std::memset(bytes, '?', sizeof bytes);
   EXPECT_EQ(2u, getRemainString(before.data(), len(before), len(before) - 1,
