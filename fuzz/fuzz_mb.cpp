@@ -75,9 +75,8 @@ struct Model {
     return u32(after ? std::lower_bound(b, e, pos - 1) - b
                      : std::upper_bound(b, e, pos - 1) - b - 1);
   }
-  // The first character start (1-based) at or after s where ok(start), or
+  // The first character (or byte) start, 1-based, at or after s where ok, or
   // (back) the last at or before s; 0 for none or s 0.
-  // (bytes: at every byte, forwards only).
   template <class Ok>
   u32 scan(u32 s, bool back, Ok ok, bool bytes = false) const {
     u32 hit = 0;
@@ -408,7 +407,6 @@ void runOne(dfuzz::Input& in) {
   Model const& m = c.m;
   bool const valid = m.valid && c.pm.valid && c.qm.valid;
   DString s(t.data(), n);
-  DString const shared(s);
   std::string const what = show(t) + show(p) + show(q) + " a, b, flag " +
                            num(a) + num(b) + num(flag);
   DBuffer const* const buf = s.buffer();
@@ -538,9 +536,9 @@ void runOne(dfuzz::Input& in) {
       (op == 12 && n && !r.length() &&
        (DBuffer::defaultBuffer() != r.buffer()) != (!flag && b % 3 == 1)))
     dfuzz::fail("buffer", num(op) + what);
-  // An edit of valid text leaves whole characters; the copy keeps its value.
+  // An edit of valid text leaves whole characters; s keeps its value.
   if ((want && got != *want) || (valid && !Model(bytes(r)).valid) ||
-      bytes(shared) != t)
+      bytes(s) != t)
     dfuzz::fail("model", num(op) + what + " gave " + show(got) + "/" +
                              show(bytes(r)) + " want " +
                              show(want.value_or("")));
