@@ -1,8 +1,7 @@
 // Fuzz target: multibyte strings in the UTF-8, EUC-JP and GB18030 locales
-// (ZYN_FUZZ_LOCALE), both values of DString::fgI18NState, against a model
-// built on the text's characters, where a byte that starts none is one of
-// one byte (wide value WEOF) and alone may raise 1012. Arguments end before
-// an unreadable page: a read past their length stops the run (SIGSEGV).
+// (ZYN_FUZZ_LOCALE), both values of DString::fgI18NState, against a model of
+// the text's characters, where a byte that starts none is one of one byte
+// (WEOF) that may raise 1012. Arguments end before an unreadable page.
 #include "../tests/support/dmodels.hpp"
 #include "fuzz_input.hpp"
 
@@ -17,7 +16,6 @@
 #include <functional>
 #include <numeric>
 #include <optional>
-#include <sstream>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -28,26 +26,20 @@ namespace {
 
 using u32 = unsigned int;
 using Chars = std::vector<std::string>;
-using uchar = unsigned char;
 
-std::string num(unsigned long v) {
-  return std::to_string(v) + " ";
-}
+auto const num = [](unsigned long v) { return std::to_string(v) + " "; };
 
 // A copy of bytes ending at the end of page slot 0 or 1 (the page after it
 // unreadable), valid until the slot's next use.
 char const* guardedCopy(int slot, std::string const& bytes) {
-  static char* pages[2] = {nullptr, nullptr};
   static std::size_t const page = std::size_t(sysconf(_SC_PAGESIZE));
-  if (pages[slot] == nullptr) {
-    void* const m = mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE,
-                         MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (m == MAP_FAILED || mprotect((char*)m + page, page, PROT_NONE) != 0)
-      std::abort();
-    pages[slot] = static_cast<char*>(m);
-  }
-  return static_cast<char*>(std::memcpy(pages[slot] + page - bytes.size(),
-                                        bytes.data(), bytes.size()));
+  static char* const pages = static_cast<char*>(
+      mmap(nullptr, 4 * page, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+  char* const end = pages + (2 * slot + 1) * page;
+  if (mprotect(end - page, page, PROT_READ | PROT_WRITE) != 0)
+    std::abort();
+  return static_cast<char*>(
+      std::memcpy(end - bytes.size(), bytes.data(), bytes.size()));
 }
 
 // A text split into its characters (bytes, wide value, start offset; one
@@ -83,15 +75,15 @@ struct Model {
     return u32(after ? std::lower_bound(b, e, pos - 1) - b
                      : std::upper_bound(b, e, pos - 1) - b - 1);
   }
-  // The first character start (1-based) at or after s where ok(start), or
+  // The first character (or byte) start, 1-based, at or after s where ok, or
   // (back) the last at or before s; 0 for none or s 0.
   template <class Ok>
-  u32 scan(u32 s, bool back, Ok ok) const {
+  u32 scan(u32 s, bool back, Ok ok, bool bytes = false) const {
     u32 hit = 0;
-    for (u32 i = 0; i < count(); ++i)
-      if (s && (back ? starts[i] < s : starts[i] >= s - 1) && (back || !hit) &&
-          ok(starts[i] + 1))
-        hit = starts[i] + 1;
+    for (u32 i = 0, at; i < (bytes ? size() : count()); ++i)
+      if (at = bytes ? i : starts[i],
+          s && (back ? at < s : at >= s - 1) && (back || !hit) && ok(at + 1))
+        hit = at + 1;
     return hit;
   }
   // startSearch() or (back) startBackwardsSearch() for need bytes.
@@ -159,17 +151,15 @@ u32 search(Case const& c, u32 op, u32 a) {
   u32 hits = 0;
   if (op == 0 && pl == 1)
     return search(c, 2, a);
-  for (u32 q = s; op == 3 && pl == 1 && q && q <= m.size(); ++q)
-    if (t[q - 1] != p[0]) // a set of one byte is passed byte by byte
-      return q;
+  if (op == 3 && pl == 1) // a set of one byte is passed byte by byte
+    return m.scan(
+        s, false, [&](u32 q) { return t[q - 1] != p[0]; }, true);
   for (u32 hit = op == 6 ? search(c, 0, a) : 0; hit;
        hit = search(c, 0, hit + pl))
     ++hits; // occurrences, each behind the previous
   if (op == 6 || !s || !pl)
     return op == 6 ? hits : but ? s : 0;
-  return op == 3 && pl == 1 ? 0 : m.scan(s, back, [&](u32 q) {
-    return op < 2 ? at(q) : in(q) != but;
-  });
+  return m.scan(s, back, [&](u32 q) { return op < 2 ? at(q) : in(q) != but; });
 }
 
 // The predicate searches: flag 1 tests wide values, flag 0 the first byte
@@ -185,10 +175,7 @@ std::string predicates(Case const& c, int (*test)(int)) {
   };
   u32 const s = c.flag ? (c.a ? c.a : 1) : m.from(c.a, 1, false);
   u32 const e = c.flag ? std::min(c.a, m.size()) : m.from(c.a, 1, true);
-  u32 anyOf = 0;
-  for (u32 q = s; !c.flag && q && q <= m.size() && !anyOf; ++q)
-    anyOf = is(true)(q) ? q : 0;
-  anyOf = c.flag ? m.scan(s, false, is(true)) : anyOf;
+  u32 const anyOf = m.scan(s, false, is(true), !c.flag);
   return num(anyOf) + num(m.scan(s, false, is(false))) +
          num(m.scan(e, true, is(true))) + num(m.scan(e, true, is(false))) +
          num(anyOf) + num(m.scan(e, true, is(true)));
@@ -221,14 +208,11 @@ std::optional<std::string> edited(u32 op, Case const& c) {
     for (u32 i = 0; i < count; ++i) {
       wint_t const w = wint_t(m.wide[i]);
       wchar_t const to = wchar_t(op == 9 ? std::towupper(w) : std::towlower(w));
-      char out[MB_LEN_MAX], b0 = m.chars[i][0];
+      char out[MB_LEN_MAX];
       std::mbstate_t state{};
-      if (!c.flag && m.chars[i].size() == 1 && std::isalpha(b0))
-        want += char(op == 9 ? std::toupper(b0) : std::tolower(b0));
-      else
-        want += !c.flag || to == m.wide[i]
-                    ? m.chars[i]
-                    : std::string(out, std::wcrtomb(out, to, &state));
+      want += (c.flag || m.chars[i].size() == 1) && to != m.wide[i]
+                  ? std::string(out, std::wcrtomb(out, to, &state))
+                  : m.chars[i];
     }
     return want;
   case 11: // translate(p, q, pad): the first entry decides
@@ -273,11 +257,11 @@ std::optional<std::string> edited(u32 op, Case const& c) {
     return want + t.substr(k);
   case 22:
     return t + p;
-  case 23: // strip(): white space, by iswspace (1) or isspace on bytes (0)
+  case 23: // strip(): white space, by iswspace (1) or on bytes (0)
     return m.strip(
         [&](u32 i) {
-          return c.flag ? std::iswspace(wint_t(m.wide[i])) != 0
-                        : m.chars[i].size() == 1 && std::isspace(m.chars[i][0]);
+          return (c.flag || m.chars[i].size() == 1) &&
+                 std::iswspace(wint_t(m.wide[i]));
         },
         2);
   }
@@ -289,11 +273,11 @@ std::optional<std::string> edited(u32 op, Case const& c) {
 std::string wideBuffer(Case const& c, bool model) {
   std::wstring const &w = c.m.wide, &pw = c.pm.wide;
   u32 const count = u32(w.size()), pc = u32(pw.size()), a = c.a, b = c.b;
-  auto const scan = [&](bool back, u32 need, auto ok) -> u32 {
+  auto const scan = [&](bool back, u32 need, auto ok, bool is = true) -> u32 {
     for (long k = back ? std::min(a, count - std::min(count, need - 1)) : a;
          a && need <= count && k >= 1 && k + need - 1 <= count;
          k += back ? -1 : 1)
-      if (ok(u32(k)))
+      if (ok(u32(k)) == is)
         return u32(k);
     return 0;
   };
@@ -304,7 +288,6 @@ std::string wideBuffer(Case const& c, bool model) {
     return pc > 0;
   };
   auto const in = [&](u32 k) { return pw.find(w[k - 1]) != pw.npos; };
-  auto const out = [&](u32 k) { return !in(k); };
   std::string back; // whole characters while they fit, pad or not
   char one[MB_LEN_MAX];
   std::mbstate_t state{};
@@ -316,8 +299,8 @@ std::string wideBuffer(Case const& c, bool model) {
   back.resize(a & 1 ? b : back.size(), '*');
   if (model)
     return num(scan(false, pc, match)) + num(scan(false, 1, in)) +
-           num(scan(false, 1, out)) + num(scan(true, pc, match)) +
-           num(scan(true, 1, in)) + num(scan(true, 1, out)) +
+           num(scan(false, 1, in, false)) + num(scan(true, pc, match)) +
+           num(scan(true, 1, in)) + num(scan(true, 1, in, false)) +
            num(count && in(1)) + num(std::min(pw.find(L'\0'), pw.size())) +
            num(1) + back + "#";
   DWBuffer const wb(c.m.t.data(), c.m.size());
@@ -337,10 +320,9 @@ std::string wideBuffer(Case const& c, bool model) {
          std::string(buf.data(), std::min(size, b) + 1);
 }
 
-// The character walk on any bytes; the position mappings, which see bad bytes
-// their own way: the first invalid sequence starts the last character they
-// know, whose bytes map to nothing, and a lead cut off by the end is one
-// character.
+// The character walk; the position mappings, which see bad bytes their own
+// way: the first invalid sequence starts the last character they know (its
+// bytes map to nothing), a lead cut off by the end is one character.
 void checkCharacters(DString const& s, Model const& m) {
   auto const& buf = *static_cast<DDBCSBuffer const*>(s.buffer());
   char const* const text = s;
@@ -381,21 +363,20 @@ void checkCharacters(DString const& s, Model const& m) {
     dfuzz::fail("characters", show(m.t) + " gave " + got + "want " + want);
 }
 
-// Sample characters of each locale's character set after a part of its
-// name, split at '|' ('[' follows the capital letters). In GB18030 U+20087
-// twice: four bytes that convert back as the two after.
-Chars const& pieces() {
-  static Chars const chars = [] {
+// A text of whole characters of the locale, or (when raw) input bytes. The
+// samples follow a part of the locale's name ('[' follows the capitals); in
+// GB18030 U+20087 twice: four bytes that convert back as the two after.
+std::string mbText(dfuzz::Input& in, unsigned int maxPieces, bool raw) {
+  static Chars const pieces = [] {
     char const* const env = std::getenv("ZYN_FUZZ_LOCALE");
-    for (
-        std::string const row :
-        {"eucJP|a|b| "
-         "|\t|\xA4\xA2|\xB0\xA1|\x8E\xB1|\x8F\xB0\xA1|A|*|?|\xA6\xC1|"
-         "\xA1\xA1|[|7",
-         "18030|a|b| |\t|\xD6\xD0|\x81\x30\x81\x30|\xA1\xA1|\x95\x32\x82\x36|A|"
-         "*|?|\xA6\xC1|\x81\x61|[|7|\x81\x30\x86\x38|\x95\x32\x90\x31|\xFE\x51",
-         "UTF-8|a|b| |\t|\xC3\xA9|\xE3\x81\x82|\xF0\x9F\x98\x80|\xE4\xB8\xAD|A|"
-         "*|?|\xCE\xB1|\xE3\x80\x80|[|7"}) {
+    for (std::string const row :
+         {"eucJP|a|b| |\t|\xA4\xA2|\xB0\xA1|\x8E\xB1|\x8F\xB0\xA1|A|*|?|"
+          "\xA6\xC1|\xA1\xA1|[|7",
+          "18030|a|b| |\t|\xD6\xD0|\x81\x30\x81\x30|\xA1\xA1|\x95\x32\x82\x36|"
+          "A|*|?|\xA6\xC1|\x81\x61|[|7|\x81\x30\x86\x38|\x95\x32\x90\x31|"
+          "\xFE\x51",
+          "UTF-8|a|b| |\t|\xC3\xA9|\xE3\x81\x82|\xF0\x9F\x98\x80|\xE4\xB8\xAD|"
+          "A|*|?|\xCE\xB1|\xE3\x80\x80|[|7"}) {
       Chars out(1);
       for (char ch : row)
         ch == '|' ? out.emplace_back() : (out.back() += ch);
@@ -404,15 +385,10 @@ Chars const& pieces() {
     }
     return Chars();
   }();
-  return chars;
-}
-
-// A text of whole characters of the locale, or (when raw) input bytes.
-std::string mbText(dfuzz::Input& in, unsigned int maxPieces, bool raw) {
   std::string out;
   for (u32 i = 0, count = in.upTo(maxPieces); i < count && !in.empty(); ++i)
     out += raw ? std::string(1, char(in.byte()))
-               : pieces()[in.byte() % pieces().size()];
+               : pieces[in.byte() % pieces.size()];
   return out;
 }
 
@@ -431,7 +407,6 @@ void runOne(dfuzz::Input& in) {
   Model const& m = c.m;
   bool const valid = m.valid && c.pm.valid && c.qm.valid;
   DString s(t.data(), n);
-  DString const shared(s);
   std::string const what = show(t) + show(p) + show(q) + " a, b, flag " +
                            num(a) + num(b) + num(flag);
   DBuffer const* const buf = s.buffer();
@@ -441,13 +416,15 @@ void runOne(dfuzz::Input& in) {
   char const *const pd = guardedCopy(0, p), *const qd = guardedCopy(1, q);
   if (n <= 300)
     checkCharacters(s, m);
-  u32 const op = in.upTo(26), start = c.start;
-  DString r(s);
+  u32 const op = in.upTo(25), start = c.start;
+  DString r = a & 2 ? DString(s) : DString(t.data(), n); // shared or not
+  DBuffer const* const before = r.buffer();
   std::string got;                 // an op's answer (or the edited text)
   std::optional<std::string> want; // its model's, when the op sets one
   int (*const tests[])(int) = {[](int ch) { return int(ch < 0 || ch > 0x7F); },
-                               zyn_iswalpha, zyn_iswspace};
-  DStringTest const test(tests[b % 3]);
+                               zyn_iswalpha, zyn_iswspace,
+                               [](int) -> int { throw 7; }};
+  DStringTest const test(tests[b % 4]);
   std::function<void()> const ops[] = {
       [&] { got = num(s.indexOf(pd, pl, a)); },
       [&] { got = num(s.lastIndexOf(pd, pl, a)); },
@@ -506,35 +483,34 @@ void runOne(dfuzz::Input& in) {
       },
       [&] { r = s + DString(pd, pl); },
       [&] { r.strip(); },
-      [&] {
+      [&] { // a throwing predicate leaks nothing (LeakSanitizer)
+        for (int k = 0; b % 4 == 3 && k < 3 && n && m.valid; ++k)
+          try {
+            k == 0   ? (void)s.indexOfAnyOf(test, 1)
+            : k == 1 ? (void)s.lastIndexOfAnyBut(test, ~0u)
+                     : (void)r.strip(test);
+            dfuzz::fail("no throw", what);
+          } catch (int) {
+          }
+        if (b % 4 == 3)
+          return;
         got = num(s.indexOfAnyOf(test, a)) + num(s.indexOfAnyBut(test, a)) +
               num(s.lastIndexOfAnyOf(test, a)) +
               num(s.lastIndexOfAnyBut(test, a)) + num(s.indexOf(test, a)) +
               num(s.lastIndexOf(test, a));
         if (valid)
-          want = predicates(c, tests[b % 3]);
+          want = predicates(c, tests[b % 4]);
       },
       [&] {
         if (valid)
           got = wideBuffer(c, false), want = wideBuffer(c, true);
       },
-      [&] { // stream input: a word as read, then the rest of its line
-        std::istringstream is(t);
-        is >> (r = DString(qd, ql));
-        got = bytes(r) + "|" + bytes(DString::lineFrom(is));
-        std::size_t from =
-            std::min(t.find_first_not_of(" \t\n\v\f\r"), t.size());
-        for (want = ""; from < n && !std::isspace(uchar(t[from])); ++from)
-          *want += t[from];
-        *want += "|" + t.substr(from, t.find('\n', from) - from);
-      },
   };
   try {
     ops[op]();
   } catch (DException const& e) {
-    // Only bad bytes raise: 1012 from the conversions, which the byte
-    // searches, the classes, remove, rightJustify, change and flag 0's
-    // edits never make; the handle keeps its value.
+    // Only bad bytes raise, 1012 from the conversions (not in byte searches,
+    // classes, remove, rightJustify, change, flag 0's edits); r is kept.
     bool const converts = op == 8 || op >= 22 ||
                           (flag && op >= 7 && op < 20 && op != 16 && op != 18);
     auto const* where = e.locationAtIndex(e.locationCount() - 1);
@@ -545,13 +521,24 @@ void runOne(dfuzz::Input& in) {
                                    "op " + num(op) + what);
     return;
   }
+  if (flag && !m.valid && ((op >= 9 && op <= 13) || op == 23)) // whole text
+    dfuzz::fail("no 1012", num(op) + what);
   if (!want && valid && op <= 6)
     want = num(search(c, op, a));
   else if (!want && valid && (want = edited(op, c)))
     got = bytes(r);
-  // An edit of valid text leaves whole characters; the copy keeps its value.
+  // An unshared text: flag 0's upperCase and a strip that strips nothing
+  // keep its buffer; flag 1's and translate make a new one. All stripped:
+  // the shared empty buffer, but a new one from flag 0's trailing strip.
+  bool const kept = (op == 9 || (op == 12 && bytes(r) == t)) && !flag;
+  if ((!(a & 2) && n && (op == 9 || op == 11 || op == 12) &&
+       kept != (r.buffer() == before)) ||
+      (op == 12 && n && !r.length() &&
+       (DBuffer::defaultBuffer() != r.buffer()) != (!flag && b % 3 == 1)))
+    dfuzz::fail("buffer", num(op) + what);
+  // An edit of valid text leaves whole characters; s keeps its value.
   if ((want && got != *want) || (valid && !Model(bytes(r)).valid) ||
-      bytes(shared) != t)
+      bytes(s) != t)
     dfuzz::fail("model", num(op) + what + " gave " + show(got) + "/" +
                              show(bytes(r)) + " want " +
                              show(want.value_or("")));

@@ -1,113 +1,76 @@
-// The multibyte suites, run in each multibyte test locale, for what
-// generated inputs do not reach (fuzz_mb checks searches, edits, classes,
-// the walk, collation and stream input against models): where bad bytes
-// raise 1012, which buffer an edit leaves, throwing predicates.
+// The multibyte suites, run in each multibyte test locale: where bad bytes
+// raise 1012 (fuzz_mb checks the rest against models).
 #include "ddbcsb.hpp"
 #include "dnlsutil.hpp"
 #include "dtest_support.hpp"
 
 #include <functional>
-#include <malloc.h>
 
 using dtest::bytes;
 using dtest::len;
 using dtest::make;
-using Edit = std::function<void(DString&)>;
 
-namespace {
-
-struct Mb {
-  std::string wide;      // a character of three or four bytes
-  std::string truncated; // a lead cut short (valid only at the text's end)
-  std::vector<std::string> invalid; // sequences that start no character
-};
-
-// The samples of the current locale (codeset, wide, truncated, then the
-// invalid sequences), or null outside the test locales.
-Mb const* mbSamples() {
-  static Mb samples;
+// Bad bytes raise 1012 where they are found (725: a sequence that starts
+// no character, 760: one cut off by the end); flag 1 edits wide text, so
+// they raise from edits too (in the text or the argument; fuzz_mb checks
+// the edits of the whole text, and that flag 0 never raises).
+TEST(MbNlsUtil, BadBytesRaiseWhereFound) {
+  // The locale's codeset, a character of three or four bytes, a lead cut
+  // short (valid at the text's end only), sequences that start no character.
+  std::vector<std::string> f;
   for (std::string const row :
        {"UTF-8|\xF0\x9F\x98\x80|\xE3\x81|\x80|\xC0\xAF|\xFF|\xED\xA0\x80",
         "EUC-JP|\x8F\xB0\xA1|\x8F\xB0|\xFF|\xA4\x41|\x8E\x41",
         "GB18030|\x81\x30\x86\x38|\x81\x30\x81|\x80|\xFF|\x81\x30\x20"}) {
-    std::vector<std::string> f(1);
-    for (char c : row)
-      c == '|' ? f.emplace_back() : (f.back() += c);
+    f.assign(1, "");
+    for (char ch : row)
+      ch == '|' ? f.emplace_back() : (f.back() += ch);
     if (MB_CUR_MAX > 1 && dtest::localeIs(f[0].c_str()))
-      return &(samples = {f[1], f[2], {f.begin() + 3, f.end()}});
+      break;
+    f.clear();
   }
-  return nullptr;
-}
-
-DStringTest const star([](int c) { return int(c == '*'); });
-
-} // namespace
-
-/// Skips the test outside the multibyte test locales; else binds \p name.
-#define DTEST_MB(name)                                                         \
-  Mb const* const name##p = mbSamples();                                       \
-  if (name##p == nullptr)                                                      \
-    GTEST_SKIP() << "not a multibyte test locale";                             \
-  [[maybe_unused]] Mb const& name = *name##p
-
-// Bad bytes raise 1012 where they are found (725: a sequence that starts
-// no character, 760: one cut off by the end); flag 1 edits wide text, so
-// they raise from edits too (in the text or the argument; flag 0 never
-// raises: fuzz_mb).
-TEST(MbNlsUtil, BadBytesRaiseWhereFound) {
-  DTEST_MB(c);
-  std::string const bad = "ab\xFF" + c.wide + "cd", cut = "ab" + c.truncated;
-  std::string const after = "ab" + c.invalid[0];
+  if (f.empty())
+    GTEST_SKIP() << "not a multibyte test locale";
+  std::string const &wide = f[1], &truncated = f[2];
+  std::vector<std::string> const invalid(f.begin() + 3, f.end());
+  std::string const bad = "ab\xFF" + wide + "cd", cut = "ab" + truncated;
+  std::string const tail = "ab" + invalid[0];
   wchar_t out[32];
   char bytes[32] = {};
   std::mbstate_t state{};
-  // Flag, what raises (given a string holding bad), the line.
-  std::vector<std::tuple<int, Edit, int>> rows = {
-      {0, [&](DString&) { cvtMBS2WCS(cut.data(), len(cut), out); }, 760},
-      {0, [&](DString&) { DWBuffer w(cut.c_str()); }, 725}, // NUL in reach
-      {0, [&](DString&) { cvtMB2WC(c.wide.data(), 1, out, &state); }, 760},
-      {0,
-       [&](DString&) {
-         getRemainString(after.data(), len(after), 1, '*', bytes);
-       },
-       725},
-      {0,
-       [&](DString&) { getSubString(cut.data(), len(cut), 2, '*', bytes, 4); },
-       760},
-      {1, [](DString& s) { s.leftJustify(4, '*'); }, 725},
-      {1, [](DString& s) { s.center(3, '*'); }, 725},
-      {1, [](DString& s) { s.insert("X", 1, 2, '*'); }, 725},
-      {1, [](DString& s) { s.overlayWith("X", 1, 2, '*'); }, 725},
-      {1, [](DString& s) { s.reverse(); }, 725},
-      {1, [](DString& s) { s.upperCase(); }, 725},
-      {1, [](DString& s) { s.strip("a", 1, DStringEnum::both); }, 725},
-      {1, [](DString& s) { s.strip(star, DStringEnum::both); }, 725},
-      {1, [](DString& s) { s.translate("a", 1, "b", 1, '*'); }, 725},
-      {1, [](DString& s) { s = s.subString(1, 3, '*'); }, 725},
-      {1, [](DString& s) { s.indexOfAnyOf(star, 1); }, 725},
-      {1, [](DString& s) { s = "abc", s.insert("\xFF", 1, 1, '*'); }, 725}};
-  for (std::string const& seq : c.invalid) {
-    std::string const t = "a" + seq + "b";
-    rows.push_back(
-        {0, [t, &out](DString&) { cvtMBS2WCS(t.data(), len(t), out); }, 725});
-    rows.push_back({0, [t](DString&) { DWBuffer(t.data(), len(t)); }, 725});
-  }
+  static DStringTest const star([](int ch) { return int(ch == '*'); });
   dtest::RecordingTrace trace;
-  for (auto const& [flag, raise, line] : rows) {
-    dtest::I18NState const state(flag);
-    DString s = make(bad);
-    EXPECT_DEXCEPTION(raise(s), DInvalidRequest, 1012, false, "dnlsutil", line);
+  auto const raises = [](int line, std::function<void()> const& call) {
+    EXPECT_DEXCEPTION(call(), DInvalidRequest, 1012, false, "dnlsutil", line);
+  };
+  raises(760, [&] { cvtMBS2WCS(cut.data(), len(cut), out); });
+  raises(725, [&] { DWBuffer w(cut.c_str()); }); // NUL in reach
+  raises(760, [&] { cvtMB2WC(wide.data(), 1, out, &state); });
+  raises(725, [&] { getRemainString(tail.data(), len(tail), 1, '*', bytes); });
+  raises(760, [&] { getSubString(cut.data(), len(cut), 2, '*', bytes, 4); });
+  for (std::string const& seq : invalid) {
+    std::string const t = "a" + seq + "b";
+    raises(725, [&] { cvtMBS2WCS(t.data(), len(t), out); });
+    raises(725, [&] { DWBuffer(t.data(), len(t)); });
   }
-  EXPECT_GE(trace.logged, int(rows.size())); // each reported, then thrown
+  dtest::I18NState const flag(1);
+  // Edits of a string holding bad, or of a bad argument.
+  raises(725, [&] { make(bad).leftJustify(4, '*'); });
+  raises(725, [&] { make(bad).center(3, '*'); });
+  raises(725, [&] { make(bad).insert("X", 1, 2, '*'); });
+  raises(725, [&] { make(bad).overlayWith("X", 1, 2, '*'); });
+  raises(725, [&] { make(bad).strip(star, DStringEnum::both); });
+  raises(725, [&] { make(bad).subString(1, 3, '*'); });
+  raises(725, [&] { make(bad).indexOfAnyOf(star, 1); });
+  raises(725, [&] { make("abc").insert("\xFF", 1, 1, '*'); });
+  EXPECT_GE(trace.logged, 5 + 2 * int(invalid.size()) + 8); // then thrown
   state = std::mbstate_t{};
   EXPECT_EQ(1u, cvtMB2WC("\0z", 2, out, &state)); // a NUL is one byte
   // Backwards, the character number is looked up first; with a bad byte
   // before the start there is none: 0, no conversion.
-  dtest::I18NState const flag(1);
   EXPECT_EQ(0u, make(bad).lastIndexOfAnyBut(star, ~0u));
-  // Bad bytes before the start of an extraction: no character number, so
-  // all pad.
-  std::string const before = "a" + c.invalid[0] + "bc";
+  // Bad bytes before an extraction's start: no character number, all pad.
+  std::string const before = "a" + invalid[0] + "bc";
   std::memset(bytes, '?', sizeof bytes);
   EXPECT_EQ(2u, getRemainString(before.data(), len(before), len(before) - 1,
                                 '*', bytes));
@@ -127,58 +90,4 @@ TEST(MbNlsUtil, BadBytesRaiseWhereFound) {
                     findBytePos(nullptr, 3, 1) + findCharNum(nullptr, 3, 1) +
                     findNextCharNum(nullptr, 3, 1) + findCurPos(nullptr, 3, 1) +
                     findNextPos(nullptr, 3, 1));
-}
-
-// Which buffer an edit leaves.
-TEST(MbEdit, ResultBuffers) {
-  DTEST_MB(c);
-  std::string const w = c.wide;
-  // Flag, text, edit, whether the unshared buffer is kept.
-  std::tuple<int, std::string, Edit, bool> const rows[] = {
-      {0, "ab" + w, [](DString& s) { s.upperCase(); }, true}, // in place
-      {0, w, [](DString& s) { s.upperCase(); }, true},        // no letter
-      {1, w, [](DString& s) { s.upperCase(); }, false},
-      {0, w, [](DString& s) { s.translate("a", 1, "X", 1); }, false},
-      {0, "a" + w, [](DString& s) { s.strip(star); }, true}};
-  for (auto const& [flag, text, edit, kept] : rows) {
-    dtest::I18NState const state(flag);
-    DString s = make(text);
-    DBuffer const* const before = s.buffer();
-    edit(s);
-    EXPECT_EQ(kept, s.buffer() == before) << text;
-  }
-  // Everything stripped: the shared empty buffer, except trailing only
-  // with flag 0, which makes a new empty one.
-  for (int flag : {0, 1})
-    for (auto mode :
-         {DStringEnum::leading, DStringEnum::both, DStringEnum::trailing}) {
-      dtest::I18NState const state(flag);
-      DString s = make(w + w);
-      s.strip(w.data(), len(w), mode);
-      EXPECT_EQ(flag == 0 && mode == DStringEnum::trailing,
-                DBuffer::defaultBuffer() != s.buffer());
-      EXPECT_EQ("", bytes(s));
-    }
-}
-
-TEST(MbEdit, ThrowingPredicatesLeakNothing) {
-  DTEST_MB(c);
-  std::string text;
-  for (int i = 0; i < 1000; ++i)
-    text += c.wide;
-  dtest::I18NState const flag(1);
-  DStringTest const thrower([](int) -> int { throw 7; });
-  auto const run = [&] {
-    for (int i = 0; i < 40; ++i) {
-      DString s = make(text);
-      EXPECT_THROW(s.indexOfAnyOf(thrower, 1), int);
-      EXPECT_THROW(s.lastIndexOfAnyBut(thrower, ~0u), int);
-      EXPECT_THROW(s.strip(thrower, DStringEnum::both), int);
-    }
-  };
-  run(); // warm up whatever the C++ runtime keeps
-  std::size_t const before = mallinfo2().uordblks;
-  run();
-  // 120 lost wide copies would be over a megabyte (0 under ASan).
-  EXPECT_LT(mallinfo2().uordblks, before + 64 * 1024);
 }
