@@ -27,8 +27,7 @@ public:
 
   /// At most \p maxLength bytes, mostly from an alphabet searches find.
   std::string text(unsigned int maxLength) {
-    static char const alphabet[] = "abcA \t\0x*?\xE9"
-                                   "B";
+    static char const alphabet[] = "abcA \t\0x*?\351B";
     unsigned int const length = upTo(maxLength);
     bool const raw = (byte() & 7) == 0;
     std::string out;

@@ -10,8 +10,6 @@
 #include <cstdint>
 #include <cstring>
 #include <functional>
-#include <iterator>
-#include <new>
 #include <sstream>
 #include <string>
 

@@ -4,6 +4,7 @@
 #include "dnlsutil.hpp"
 #include "dtest_support.hpp"
 
+#include <cwchar>
 #include <functional>
 
 using dtest::bytes;
@@ -90,4 +91,15 @@ TEST(MbNlsUtil, BadBytesRaiseWhereFound) {
                     findBytePos(nullptr, 3, 1) + findCharNum(nullptr, 3, 1) +
                     findNextCharNum(nullptr, 3, 1) + findCurPos(nullptr, 3, 1) +
                     findNextPos(nullptr, 3, 1));
+}
+
+// A segment ending in a sequence cut off by its NUL collates by its bytes
+// (GB18030's conversion stopped short of it: the wide array's old ones).
+TEST(MbBufferCompare, CutSequenceCollatesByItsBytes) {
+  dtest::I18NState const wide(1);
+  std::string const a(40, 'a'), cut = a + "\x81\x30";
+  DString const s = make(a + "zz");
+  for (wchar_t* block : {new wchar_t[43], new wchar_t[43]}) // both, then
+    delete[] std::wmemset(block, 1, 43); // freed for the arrays to reuse
+  EXPECT_EQ(2u, s.buffer()->compare(cut.data(), 42));
 }

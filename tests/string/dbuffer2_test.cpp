@@ -6,7 +6,6 @@
 #include "dtest_child.hpp"
 #include "dtest_support.hpp"
 
-#include <cstdlib>
 #include <dlfcn.h>
 
 using dtest::make;

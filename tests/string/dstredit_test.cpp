@@ -6,7 +6,6 @@
 #include <cctype>
 #include <cstring>
 #include <functional>
-#include <new>
 #include <utility>
 
 using dtest::bytes;

@@ -7,9 +7,6 @@
 #include "dmodels.hpp"
 #include "dstring.hpp"
 
-#include <cctype>
-#include <clocale>
-#include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <langinfo.h>
@@ -37,16 +34,9 @@ private:
 #pragma GCC diagnostic pop
 
 /// True when the process's character set is \p codeset ("UTF-8", "EUC-JP",
-/// "GB18030"), compared without case, dashes and underscores.
+/// "GB18030": the names the test locales' charmaps give).
 inline bool localeIs(char const* codeset) {
-  auto fold = [](std::string text) {
-    std::string out;
-    for (char c : text)
-      if (c != '-' && c != '_')
-        out += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return out;
-  };
-  return fold(nl_langinfo(CODESET)) == fold(codeset);
+  return std::strcmp(nl_langinfo(CODESET), codeset) == 0;
 }
 
 /// Sets DString::fgI18NState for one scope.
