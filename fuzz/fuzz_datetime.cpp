@@ -80,10 +80,6 @@ long days(long year, long from, long to) {
   return anyDayNumber({year, to, 1}) - anyDayNumber({year, from, 1});
 }
 
-std::string text(DString const& s) {
-  return static_cast<char const*>(s);
-}
-
 void check(bool ok, char const* what, long jd) {
   if (!ok)
     dfuzz::fail(what, "day or seconds " + std::to_string(jd));
@@ -124,7 +120,7 @@ void checkDate(DDate const& date, long jd) {
   char want[96];
   std::snprintf(want, sizeof want, "%ld %02ld %02ld", shown.year, shown.month,
                 shown.day);
-  check(text(date.asString("%Y %m %d")) == want, "asString", jd);
+  check(std::string(date.asString("%Y %m %d")) == want, "asString", jd);
 }
 
 void checkTriple(DDate const& date, Ymd const& f) {
@@ -189,7 +185,7 @@ void runTime(dfuzz::Input& in) {
   check(time.seconds() == w && record.hours == w / 3600 &&
             record.minutes == w / 60 % 60 && record.seconds == w % 60 &&
             record.unused == 0 && DTime(record) == time &&
-            text(time.asString("%H:%M:%S")) == hms,
+            std::string(time.asString("%H:%M:%S")) == hms,
         "DTime", w);
   // Any bytes in the record, the spare one too.
   DCnrTime raw;

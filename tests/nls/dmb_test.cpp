@@ -6,6 +6,7 @@
 
 #include <cwchar>
 #include <functional>
+#include <sstream>
 
 using dtest::bytes;
 using dtest::len;
@@ -93,9 +94,13 @@ TEST(MbNlsUtil, BadBytesRaiseWhereFound) {
                     findNextPos(nullptr, 3, 1));
 }
 
-// A segment ending in a sequence cut off by its NUL collates by its bytes
-// (GB18030's conversion stopped short of it: the wide array's old ones).
-TEST(MbBufferCompare, CutSequenceCollatesByItsBytes) {
+// Regressions: stream input stores the bytes read into a target that held a
+// character; a segment ending in a sequence cut off by its NUL collates by
+// its bytes (GB18030's conversion stopped short of it, leaving old values).
+TEST(MbRegressions, StreamInputAndCutCollation) {
+  DString target("\xE6\x97\xA5");
+  std::istringstream("\xE6 rest") >> target;
+  EXPECT_EQ("\xE6", bytes(target));
   dtest::I18NState const wide(1);
   std::string const a(40, 'a'), cut = a + "\x81\x30";
   DString const s = make(a + "zz");

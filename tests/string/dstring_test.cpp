@@ -19,14 +19,12 @@ TEST(DStringConstruct, ValuesTextsAndPieces) {
   signed char const stext[] = {'a', 'b', 0};
   // A text ends at its first NUL.
   std::pair<DString, string> const rows[] = {
-      {DString(-5), "-5"},
       {DString(static_cast<unsigned short>(65535)), "65535"},
       {DString(4294967295u), "4294967295"},
       {DString(LONG_MIN), "-9223372036854775808"},
       {DString(ULONG_MAX), "18446744073709551615"},
       {DString(1.0 / 3), "0.333333333333333"},
       {DString(1e20), "1e+20"},
-      {DString(123456789012345678.0), "1.23456789012346e+17"},
       {DString('\0'), string(1, '\0')},
       {DString(static_cast<unsigned char>(0xE9)), "\xE9"},
       {DString(utext), "\xC3\xA9"},
