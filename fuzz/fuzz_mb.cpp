@@ -519,7 +519,8 @@ void runOne(dfuzz::Input& in) {
                                    "op " + num(op) + what);
     return;
   }
-  if (flag && !m.valid && ((op >= 9 && op <= 13) || op == 23)) // whole text
+  if (flag && !m.valid &&
+      ((op >= 9 && op <= 12) || (op == 13 && n > 1) || op == 23))
     dfuzz::fail("no 1012", num(op) + what);
   if (!want && valid && op <= 6)
     want = num(search(c, op, a));

@@ -29,14 +29,16 @@ catalog="KOVRA MSGFILE=$PWD/$dir/catalog/zorvanecl.cat"
 run() { # run <target> <corpus-name> [env...]
   local target=$1 name=$2
   shift 2
-  local work="$dir/corpus/$name"
+  local work="$dir/corpus/$name" status=0
   mkdir -p "$work"
   echo "== $name: $seconds s"
   env "$catalog" "$@" "$dir/fuzz/$target" -max_total_time="$seconds" -timeout=20 \
     -rss_limit_mb=2048 -print_final_stats=1 \
     -artifact_prefix="$dir/artifacts/$name-" "$work" "fuzz/corpus/${target#fuzz_}" \
-    2>&1 | tee "$dir/$name.log" | grep -E '^(stat::|#[0-9]+ +DONE|==|SUMMARY|mismatch)' || true
-  [ "${PIPESTATUS[0]}" -eq 0 ] || { echo "fuzz target $name failed; see $dir/$name.log"; exit 1; }
+    2>&1 | tee "$dir/$name.log" |
+    { grep -E '^(stat::|#[0-9]+ +DONE|==|SUMMARY|mismatch)' || true; } || status=$?
+  # (pipefail: the pipeline fails exactly when the fuzzer did)
+  [ "${status:-0}" -eq 0 ] || { echo "fuzz target $name failed; see $dir/$name.log"; exit 1; }
 }
 
 for target in "$dir"/fuzz/fuzz_*; do

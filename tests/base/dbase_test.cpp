@@ -308,6 +308,7 @@ TEST(DExceptTraceThread, WritersAndOverlappingThrowsKeepTheNewHandler) {
 }
 
 TEST(DBase, RootClassesAsText) {
+  EXPECT_TRUE(DBase::version().major == 310 && DBase::version().minor == 1);
   std::ostringstream out;
   out << DBase() << '|' << DVBase() << '|'
       << static_cast<DVBase const&>(Described());

@@ -65,9 +65,8 @@ TEST(DDateFormat, NamesAndFormats) {
     EXPECT_EQ(r.second, r.first) << &r - rows;
 }
 
-// An empty output (a null format counts as "") raises the 1010 overflow at
-// once, in a child where every allocation of a mebibyte or more fails;
-// "%p" is empty in de_DE.UTF-8.
+// An empty output (a null format is "") raises 1010 at once, in a child where
+// allocations of a MiB or more fail; "%p" is empty in de_DE.UTF-8.
 TEST(DDateFormat, EmptyOutputRaisesTheOverflowAtOnce) {
   std::tuple<char const*, char const*, char const*> const rows[] = {
       {"C", nullptr, "overflow"},

@@ -95,8 +95,7 @@ TEST(MbNlsUtil, BadBytesRaiseWhereFound) {
 }
 
 // Regressions: stream input stores the bytes read into a target that held a
-// character; a segment ending in a sequence cut off by its NUL collates by
-// its bytes (GB18030's conversion stopped short of it, leaving old values).
+// character; a segment cut off inside a character collates by its bytes.
 TEST(MbRegressions, StreamInputAndCutCollation) {
   DString target("\xE6\x97\xA5");
   std::istringstream("\xE6 rest") >> target;
