@@ -28,12 +28,6 @@ struct Plain : DBuffer {
   explicit Plain(unsigned int n) : DBuffer(n) {}
 };
 
-DString plain(string const& t) {
-  auto* b = new (::operator new[](sizeof(Plain) + t.size() + 1)) Plain(len(t));
-  std::memcpy(b->contents(), t.data(), t.size());
-  return DString(static_cast<DBuffer*>(b));
-}
-
 void txt(char const* what, DString const& got, string const& want) {
   if (bytes(got) != want || static_cast<char const*>(got)[got.length()] != 0)
     dfuzz::fail(what, context + " gave " + dfuzz::show(bytes(got)) +
@@ -74,7 +68,7 @@ void runOne(dfuzz::Input& in) {
   string const t = in.text(in.byte() % 8 == 0 ? 300 : 48);
   string const p = in.text(6), q = in.text(6);
   u32 const kind = in.upTo(2); // alone, shared, a derived buffer
-  DString const s = kind == 2 ? plain(t) : make(t), ps = make(p);
+  DString const s = kind == 2 ? dtest::makeIn<Plain>(t) : make(t), ps = make(p);
   char const pad = "-. \0*"[in.upTo(4)];
   std::size_t const n = t.size();
   u32 const op = in.upTo(36);
@@ -88,7 +82,7 @@ void runOne(dfuzz::Input& in) {
   };
   // An edit on a handle alone or shared; the other handle keeps its text.
   auto const edit = [&](char const* what, string const& want, auto&& change) {
-    DString h = kind == 2 ? plain(t) : make(t), other;
+    DString h = kind == 2 ? dtest::makeIn<Plain>(t) : make(t), other;
     if (kind == 1)
       other = h;
     change(h);

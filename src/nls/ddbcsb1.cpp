@@ -22,8 +22,6 @@
 static char const thisFile[] = "ddbcsb1";
 static unsigned long const collationErrorLine = 812;
 
-static std::size_t const invalidSequence = static_cast<std::size_t>(-1);
-
 using dinternal::CharWalk;
 using dinternal::measureLimit;
 
@@ -252,15 +250,14 @@ struct WideCollationSide {
     return skipped;
   }
   /// Converts the segment at offset, its NUL included; false when it holds
-  /// a sequence that is no character. A sequence cut off by the NUL counts
-  /// as one: the C library may stop there without an error (GB18030's
-  /// four-byte form), leaving the wide array unterminated, so success is
-  /// only a conversion that reached the NUL (the source pointer cleared).
+  /// a sequence that is no character. Success is a conversion that reached
+  /// the NUL (the source pointer cleared): at a sequence cut off by the NUL
+  /// the C library may stop without an error (GB18030's four-byte form),
+  /// leaving the wide array unterminated.
   bool convert() {
     char const* source = bytes + offset;
-    return std::mbsrtowcs(wide.get(), &source, size - offset + 1, &state) !=
-               invalidSequence &&
-           source == nullptr;
+    std::mbsrtowcs(wide.get(), &source, size - offset + 1, &state);
+    return source == nullptr;
   }
   /// Steps past the segment and its NUL.
   void advance() { offset += std::strlen(bytes + offset) + 1; }

@@ -206,13 +206,6 @@ namespace {
 class ProbeBuffer : public DBuffer {
 public:
   explicit ProbeBuffer(unsigned int n) : DBuffer(n) {}
-  static D make(char const* text) {
-    auto const n = static_cast<unsigned int>(std::strlen(text));
-    auto* b =
-        new (::operator new[](sizeof(ProbeBuffer) + n + 1)) ProbeBuffer(n);
-    std::memcpy(b->contents(), text, n);
-    return D(static_cast<DBuffer*>(b));
-  }
   unsigned int compare(void const*, unsigned int) const override { return 1; }
   unsigned int indexOf(char const* pattern, unsigned int length,
                        unsigned int start) const override {
@@ -234,10 +227,10 @@ public:
 TEST(DStringEdit, DerivedBufferSlotsAreAsked) {
   for (int flag : {0, 1}) {
     dtest::I18NState state(flag);
-    D const text = ProbeBuffer::make("ab  cd"),
-            twin(ProbeBuffer::make("ab  cd"));
-    D spaced(text), upper = ProbeBuffer::make("ab"),
-                    hex = ProbeBuffer::make("0a");
+    D const text = dtest::makeIn<ProbeBuffer>("ab  cd"),
+            twin(dtest::makeIn<ProbeBuffer>("ab  cd"));
+    D spaced(text), upper = dtest::makeIn<ProbeBuffer>("ab"),
+                    hex = dtest::makeIn<ProbeBuffer>("0a");
     spaced.space(1, '_');
     EXPECT_EQ(77u * 2, text.indexOf('c') + text.indexOf('z', 3));
     EXPECT_TRUE(text != twin && !(text == twin) && !(text == D("ab  cd")));

@@ -3,10 +3,13 @@
 #ifndef D_TESTS_DMODELS_HPP
 #define D_TESTS_DMODELS_HPP
 
+#include "dbuffer.hpp"
 #include "dstring.hpp"
 
 #include <algorithm>
 #include <cstddef>
+#include <cstring>
+#include <new>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -26,6 +29,15 @@ inline std::string bytes(DString const& s) {
 /// The length of \p s as the library counts it.
 inline unsigned int len(std::string const& s) {
   return static_cast<unsigned int>(s.size());
+}
+
+/// A string holding \p s in a buffer of class \p B, derived from DBuffer
+/// without data members, allocated as the library allocates its buffers.
+template <class B>
+DString makeIn(std::string const& s) {
+  auto* b = new (::operator new[](sizeof(B) + s.size() + 1)) B(len(s));
+  std::memcpy(b->contents(), s.data(), s.size());
+  return DString(static_cast<DBuffer*>(b));
 }
 
 } // namespace dtest
