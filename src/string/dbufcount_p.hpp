@@ -7,6 +7,7 @@
 
 #include "base/dcompiler_p.hpp"
 #include "oss/doss.hpp"
+#include "string/dbufkind_p.hpp"
 
 #include "dbuffer.hpp"
 
@@ -80,13 +81,22 @@ struct BufferCount {
   }
 };
 
+/// Deletes \p b, whose last reference was just given up. A plain DBuffer's
+/// destructors do nothing, so its storage goes straight back to
+/// operator delete[]; any other class runs its virtual deleting destructor.
+inline void destroy(DBuffer* b) {
+  if (plainBuffer(*b))
+    return ::operator delete[](static_cast<void*>(b));
+  delete b;
+}
+
 /// Gives up one reference to \p b and deletes it when that was the last.
 /// Both branches end in a tail call, so no stack frame is needed.
 inline void release(DBuffer* b) {
   if (!singleThreaded())
     return BufferCount::releaseLocked(b);
   if (BufferCount::drop(*b))
-    delete b;
+    destroy(b);
 }
 
 } // namespace dinternal

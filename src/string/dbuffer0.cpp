@@ -59,7 +59,7 @@ bool dinternal::BufferCount::dropLocked(DBuffer& b) {
 
 void dinternal::BufferCount::releaseLocked(DBuffer* b) {
   if (dropLocked(*b))
-    delete b;
+    destroy(b);
 }
 
 void DBuffer::addRef() {
@@ -104,14 +104,23 @@ DBuffer* DBuffer::null() const {
   return defaultBuffer();
 }
 
-DBuffer* DBuffer::allocate(unsigned int length) const {
-  // MB_CUR_MAX is read at every call (a locale switch after the first
-  // string changes the class of later buffers); the multibyte branch.
+namespace {
+
+/// DBuffer::allocate(), inline for newBuffer()'s one-piece path. MB_CUR_MAX
+/// is read at every call (a locale switch after the first string changes
+/// the class of later buffers); the multibyte branch.
+inline DBuffer* allocateBuffer(unsigned int length) {
   std::size_t const maxCharLength = MB_CUR_MAX;
   dinternal::checkAllocatable(length);
-  if (maxCharLength >= 2)
+  if (D_UNLIKELY(maxCharLength >= 2))
     return dinternal::constructBuffer<DDBCSBuffer>(length);
   return dinternal::constructBuffer<DBuffer>(length);
+}
+
+} // namespace
+
+DBuffer* DBuffer::allocate(unsigned int length) const {
+  return allocateBuffer(length);
 }
 
 char const* DBuffer::className() const {
@@ -124,25 +133,25 @@ void DBuffer::overflow() {
       overflowMessage, DException::recoverable, thisFile, overflowLine);
 }
 
-DBuffer* DBuffer::newBuffer(void const* data1, unsigned int length1,
-                            void const* data2, unsigned int length2,
-                            void const* data3, unsigned int length3,
-                            char pad) const {
+namespace {
+
+/// newBuffer() of any pieces: the empty buffer of \p b's class with one
+/// more reference, or a new buffer of the pieces filled in order. Out of
+/// line, so the one-piece path of newBuffer() needs no stack frame.
+D_NOINLINE DBuffer* newPiecesBuffer(DBuffer const& b, void const* data1,
+                                    unsigned int length1, void const* data2,
+                                    unsigned int length2, void const* data3,
+                                    unsigned int length3, char pad) {
   // The total may be at most 4294967294 (allocate() then asks for less).
   unsigned int const total =
       dinternal::checkedAdd(dinternal::checkedAdd(length1, length2), length3);
   if (total == 0) {
-    DBuffer* empty = null();
+    DBuffer* empty = b.null();
     dinternal::BufferCount::raise(*empty);
     return empty;
   }
-  DBuffer* result = allocate(total);
+  DBuffer* result = b.allocate(total);
   char* out = result->contents();
-  // Most buffers are made from one piece of text: one copy, no walk.
-  if (total == length1 && data1 != nullptr) {
-    std::memcpy(out, data1, length1);
-    return result;
-  }
   struct Piece {
     void const* data;
     unsigned int length;
@@ -157,6 +166,31 @@ DBuffer* DBuffer::newBuffer(void const* data1, unsigned int length1,
     out += piece.length;
   }
   return result;
+}
+
+} // namespace
+
+DBuffer* dinternal::newTextBuffer(DBuffer const& b, void const* data,
+                                  unsigned int length) {
+  if (length > maxLength)
+    DBuffer::overflow();
+  // A plain DBuffer's allocate() is this file's own, so it is inlined; any
+  // other class is asked through its slot.
+  DBuffer* result =
+      plainBuffer(b) ? allocateBuffer(length) : b.allocate(length);
+  std::memcpy(result->contents(), data, length);
+  return result;
+}
+
+DBuffer* DBuffer::newBuffer(void const* data1, unsigned int length1,
+                            void const* data2, unsigned int length2,
+                            void const* data3, unsigned int length3,
+                            char pad) const {
+  // Most buffers are made from one piece of text: one copy, no walk.
+  if (data1 != nullptr && length1 != 0 && (length2 | length3) == 0)
+    return dinternal::newTextBuffer(*this, data1, length1);
+  return newPiecesBuffer(*this, data1, length1, data2, length2, data3,
+                         length3, pad);
 }
 
 //===--- Character model (single-byte: every byte is a character) ---------===//
