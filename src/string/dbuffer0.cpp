@@ -189,8 +189,8 @@ DBuffer* DBuffer::newBuffer(void const* data1, unsigned int length1,
   // Most buffers are made from one piece of text: one copy, no walk.
   if (data1 != nullptr && length1 != 0 && (length2 | length3) == 0)
     return dinternal::newTextBuffer(*this, data1, length1);
-  return newPiecesBuffer(*this, data1, length1, data2, length2, data3,
-                         length3, pad);
+  return newPiecesBuffer(*this, data1, length1, data2, length2, data3, length3,
+                         pad);
 }
 
 //===--- Character model (single-byte: every byte is a character) ---------===//
