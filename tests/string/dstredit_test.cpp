@@ -206,6 +206,11 @@ namespace {
 class ProbeBuffer : public DBuffer {
 public:
   explicit ProbeBuffer(unsigned int n) : DBuffer(n) {}
+  ~ProbeBuffer() override { ++destroyed; }
+  static inline int destroyed = 0;
+  DBuffer* allocate(unsigned int n) const override {
+    return new (::operator new[](sizeof(ProbeBuffer) + n + 1)) ProbeBuffer(n);
+  }
   unsigned int compare(void const*, unsigned int) const override { return 1; }
   unsigned int indexOf(char const* pattern, unsigned int length,
                        unsigned int start) const override {
@@ -240,5 +245,11 @@ TEST(DStringEdit, DerivedBufferSlotsAreAsked) {
     EXPECT_EQ("ab", bytes(upper.upperCase()));
     // Flag 1 tests the bytes with isxdigit whatever the buffer says.
     EXPECT_EQ(flag ? string("\x0A") : "", bytes(hex.x2c()));
+    // A one-piece buffer comes from the allocate() slot; its destructor runs.
+    int const destroyed = ProbeBuffer::destroyed;
+    EXPECT_EQ(77u,
+              D(text.buffer()->newBuffer("x", 1, nullptr, 0, nullptr, 0, ' '))
+                  .indexOf('x'));
+    EXPECT_EQ(destroyed + 1, ProbeBuffer::destroyed);
   }
 }
