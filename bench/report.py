@@ -22,6 +22,7 @@ TARGETS = {
     'copy shared, 2 threads': 2.0,
     'copy + destroy, no thread started': 1.0,
     'copy own strings, 2 threads': None,
+    'count lock cycle': 1.0,
     'make from text, no thread started': 1.5,
     'make from text': 1.5,
     'find 1 byte at the end': 1.1,
