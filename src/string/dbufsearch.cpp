@@ -227,8 +227,12 @@ unsigned int DBuffer::indexOfAnyBut(DStringTest const& test,
 
 //===--- Backward search --------------------------------------------------===//
 
-unsigned int DBuffer::lastIndexOf(char const* pattern, unsigned int length,
-                                  unsigned int start) const {
+// Aligned to a 64-byte block: the eight-candidate loop inlined here ran up
+// to a quarter slower when a change elsewhere in the library moved it by 16
+// bytes within the processor's fetch blocks.
+[[gnu::aligned(64)]] unsigned int
+DBuffer::lastIndexOf(char const* pattern, unsigned int length,
+                     unsigned int start) const {
   unsigned int const s = startBackwardsSearch(start, length);
   if (s == 0 || length == 0)
     return 0;
