@@ -1,10 +1,10 @@
 // Releasing the count lock is a full fence and a store of 0. The library
 // fences with a locked no-op on the stack, then stores; the peers are the
 // other full fences of x86-64: mfence then the store, and an exchange of 0
-// (the fence and the store in one locked instruction). Each runs a whole uncontended lock cycle on
-// DBuffer::refGuard (take, one count change, release); the report keeps the
-// faster peer, so a ratio of 1 or below says the library's way is the
-// cheapest.
+// (the fence and the store in one locked instruction). Each runs a whole
+// uncontended lock cycle on DBuffer::refGuard (take, one count change,
+// release); the report keeps the faster peer, so a ratio of 1 or below says
+// the library's way is the cheapest.
 #include "string/dbufcount_p.hpp"
 
 #include <benchmark/benchmark.h>
