@@ -112,7 +112,7 @@ namespace {
 inline DBuffer* allocateBuffer(unsigned int length) {
   std::size_t const maxCharLength = MB_CUR_MAX;
   dinternal::checkAllocatable(length);
-  if (D_UNLIKELY(maxCharLength >= 2))
+  if (maxCharLength >= 2)
     return dinternal::constructBuffer<DDBCSBuffer>(length);
   return dinternal::constructBuffer<DBuffer>(length);
 }
