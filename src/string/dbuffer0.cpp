@@ -137,7 +137,7 @@ namespace {
 
 /// newBuffer() of any pieces: the empty buffer of \p b's class with one
 /// more reference, or a new buffer of the pieces filled in order. Out of
-/// line, so the one-piece path of newBuffer() needs no stack frame.
+/// line, so the one-piece path of newBuffer() keeps a small stack frame.
 D_NOINLINE DBuffer* newPiecesBuffer(DBuffer const& b, void const* data1,
                                     unsigned int length1, void const* data2,
                                     unsigned int length2, void const* data3,
@@ -168,19 +168,19 @@ D_NOINLINE DBuffer* newPiecesBuffer(DBuffer const& b, void const* data1,
   return result;
 }
 
-} // namespace
-
-DBuffer* dinternal::newTextBuffer(DBuffer const& b, void const* data,
-                                  unsigned int length) {
-  if (length > maxLength)
-    DBuffer::overflow();
-  // A plain DBuffer's allocate() is this file's own, so it is inlined; any
-  // other class is asked through its slot.
+/// newBuffer() of one piece: \p length (at least 1) bytes from \p data. A
+/// plain DBuffer's allocate() is this file's own, so it is inlined; any
+/// other class is asked through its slot.
+DBuffer* newTextBuffer(DBuffer const& b, void const* data,
+                       unsigned int length) {
+  dinternal::checkedLength(length);
   DBuffer* result =
-      plainBuffer(b) ? allocateBuffer(length) : b.allocate(length);
+      dinternal::plainBuffer(b) ? allocateBuffer(length) : b.allocate(length);
   std::memcpy(result->contents(), data, length);
   return result;
 }
+
+} // namespace
 
 DBuffer* DBuffer::newBuffer(void const* data1, unsigned int length1,
                             void const* data2, unsigned int length2,
@@ -188,7 +188,7 @@ DBuffer* DBuffer::newBuffer(void const* data1, unsigned int length1,
                             char pad) const {
   // Most buffers are made from one piece of text: one copy, no walk.
   if (data1 != nullptr && length1 != 0 && (length2 | length3) == 0)
-    return dinternal::newTextBuffer(*this, data1, length1);
+    return newTextBuffer(*this, data1, length1);
   return newPiecesBuffer(*this, data1, length1, data2, length2, data3, length3,
                          pad);
 }

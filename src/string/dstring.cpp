@@ -73,7 +73,7 @@ DString::DString(DString const& other) : DBase(), pBuffer(other.pBuffer) {
 DString::DString(DBuffer* adopted) : pBuffer(adopted->contents()) {}
 
 DString::DString(char const* text) : pBuffer(defaultText()) {
-  pBuffer = dinternal::newBufferOf(*buffer(), text, measured(text))->contents();
+  initBuffer(text, measured(text), nullptr, 0, nullptr, 0, ' ');
 }
 
 DString::DString(signed char const* text)
@@ -83,7 +83,7 @@ DString::DString(unsigned char const* text)
     : DString(reinterpret_cast<char const*>(text)) {}
 
 DString::DString(char c) : pBuffer(defaultText()) {
-  pBuffer = dinternal::newTextBuffer(*buffer(), &c, 1)->contents();
+  initBuffer(&c, 1, nullptr, 0, nullptr, 0, ' ');
 }
 
 DString::DString(signed char c) : DString(static_cast<char>(c)) {}
@@ -120,7 +120,7 @@ DString::DString(double value) : pBuffer(defaultText()) {
 
 DString::DString(void const* data, unsigned int length, char pad)
     : pBuffer(defaultText()) {
-  pBuffer = dinternal::newBufferOf(*buffer(), data, length, pad)->contents();
+  initBuffer(data, length, nullptr, 0, nullptr, 0, pad);
 }
 
 DString::DString(void const* data1, unsigned int length1, void const* data2,
@@ -137,9 +137,8 @@ DString::DString(void const* data1, unsigned int length1, void const* data2,
 }
 
 DString::DString(std::string_view text) : pBuffer(defaultText()) {
-  pBuffer = dinternal::newBufferOf(*buffer(), text.data(),
-                                   dinternal::checkedLength(text.size()))
-                ->contents();
+  initBuffer(text.data(), dinternal::checkedLength(text.size()), nullptr, 0,
+             nullptr, 0, ' ');
 }
 
 DString::~DString() {

@@ -100,20 +100,6 @@ inline unsigned int checkedMultiply(unsigned int a, unsigned int b) {
   return static_cast<unsigned int>(product);
 }
 
-/// \p b's newBuffer() of one piece: \p length (at least 1) bytes from
-/// \p data.
-DBuffer* newTextBuffer(DBuffer const& b, void const* data, unsigned int length);
-
-/// \p b's newBuffer() of one piece (\p length copies of \p pad when
-/// \p data is null), reaching the one-piece path without the call through
-/// newBuffer().
-inline DBuffer* newBufferOf(DBuffer const& b, void const* data,
-                            unsigned int length, char pad = ' ') {
-  if (data != nullptr && length != 0)
-    return newTextBuffer(b, data, length);
-  return b.newBuffer(data, length, nullptr, 0, nullptr, 0, pad);
-}
-
 /// \p n as a 32-bit length; raises the 1010 overflow when it does not fit.
 inline unsigned int checkedLength(std::size_t n) {
   if (n > maxLength)
