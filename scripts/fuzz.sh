@@ -38,7 +38,7 @@ run() { # run <target> <corpus-name> [env...]
     2>&1 | tee "$dir/$name.log" |
     { grep -E '^(stat::|#[0-9]+ +DONE|==|SUMMARY|mismatch)' || true; } || status=$?
   # (pipefail: the pipeline fails exactly when the fuzzer did)
-  [ "${status:-0}" -eq 0 ] || { echo "fuzz target $name failed; see $dir/$name.log"; exit 1; }
+  [ "$status" -eq 0 ] || { echo "fuzz target $name failed; see $dir/$name.log"; exit 1; }
 }
 
 for target in "$dir"/fuzz/fuzz_*; do
