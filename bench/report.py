@@ -45,6 +45,7 @@ TARGETS = {
     'UTF-8 strip': 3.0,
     'UTF-8 center': 3.0,
     'UTF-8 insert': 3.0,
+    'UTF-8 make from text, no thread started': 1.5,
 }
 
 SCALE = {'ns': 1, 'us': 1e3, 'ms': 1e6, 's': 1e9}

@@ -62,6 +62,7 @@ std::string utf8Text(std::size_t size, std::string_view tail) {
 struct Texts {
   std::string big;   // 1 MiB, the pattern at the end
   std::string small; // 4 KiB, blanks around it
+  std::string tiny;  // 64 B
   DString bigSingle, smallSingle, bigMulti, smallMulti;
 };
 
@@ -129,6 +130,28 @@ void insertSide(benchmark::State& state, DString const* text) {
   }
 }
 
+// Making a 64-byte string and destroying it, as a program whose locale is
+// UTF-8 from the start does: through a DDBCSBuffer's newBuffer(). The peer
+// is std::string. No thread is started in this program.
+void makeOurs(benchmark::State& state, DString const* multi,
+              std::string const* text) {
+  DBuffer const* buffer = multi->buffer();
+  for (auto _ : state) {
+    DString made(buffer->newBuffer(text->data(),
+                                   static_cast<unsigned int>(text->size()),
+                                   nullptr, 0, nullptr, 0, ' '));
+    benchmark::DoNotOptimize(made);
+  }
+}
+
+void makePeer(benchmark::State& state, DString const*,
+              std::string const* text) {
+  for (auto _ : state) {
+    std::string made(*text);
+    benchmark::DoNotOptimize(made);
+  }
+}
+
 template <class Side>
 void pair(char const* work, char const* size, Side side, DString const* ours,
           DString const* peer) {
@@ -144,6 +167,7 @@ int main(int argc, char** argv) {
   Texts& t = texts();
   t.big = utf8Text(std::size_t(1) << 20, pattern);
   t.small = "    " + utf8Text(4096 - 8, "") + "    ";
+  t.tiny = utf8Text(64, "");
   t.bigSingle = DString(std::string_view(t.big));
   t.smallSingle = DString(std::string_view(t.small));
   if (!switchToUtf8()) {
@@ -174,6 +198,10 @@ int main(int argc, char** argv) {
   pair("UTF-8 strip", "4 KiB", stripSide, &t.smallMulti, &t.smallSingle);
   pair("UTF-8 center", "4 KiB", centerSide, &t.smallMulti, &t.smallSingle);
   pair("UTF-8 insert", "4 KiB", insertSide, &t.smallMulti, &t.smallSingle);
+  zynbench::side("UTF-8 make from text, no thread started", "64 B", "ours",
+                 makeOurs, &t.smallMulti, &t.tiny);
+  zynbench::side("UTF-8 make from text, no thread started", "64 B", "peer",
+                 makePeer, &t.smallMulti, &t.tiny);
 
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv))

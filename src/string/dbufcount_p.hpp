@@ -83,11 +83,12 @@ struct BufferCount {
   }
 };
 
-/// Deletes \p b, whose last reference was just given up. A plain DBuffer's
-/// destructors do nothing, so its storage goes straight back to
-/// operator delete[]; any other class runs its virtual deleting destructor.
+/// Deletes \p b, whose last reference was just given up. The destructors of
+/// the factory's two classes do nothing, so their storage goes straight back
+/// to operator delete[]; any other class runs its virtual deleting
+/// destructor.
 inline void destroy(DBuffer* b) {
-  if (plainBuffer(*b))
+  if (plainBuffer(*b) || multibyteBuffer(*b))
     return ::operator delete[](static_cast<void*>(b));
   delete b;
 }

@@ -168,14 +168,22 @@ D_NOINLINE DBuffer* newPiecesBuffer(DBuffer const& b, void const* data1,
   return result;
 }
 
-/// newBuffer() of one piece: \p length (at least 1) bytes from \p data. A
-/// plain DBuffer's allocate() is this file's own, so it is inlined; any
-/// other class is asked through its slot.
+/// The allocate() of \p b: inline for the factory's two classes, through
+/// the slot for any other.
+DBuffer* allocateFor(DBuffer const& b, unsigned int length) {
+  if (dinternal::plainBuffer(b))
+    return allocateBuffer(length);
+  if (!dinternal::multibyteBuffer(b))
+    return b.allocate(length);
+  dinternal::checkAllocatable(length);
+  return dinternal::constructBuffer<DDBCSBuffer>(length);
+}
+
+/// newBuffer() of one piece: \p length (at least 1) bytes from \p data.
 DBuffer* newTextBuffer(DBuffer const& b, void const* data,
                        unsigned int length) {
   dinternal::checkedLength(length);
-  DBuffer* result =
-      dinternal::plainBuffer(b) ? allocateBuffer(length) : b.allocate(length);
+  DBuffer* result = allocateFor(b, length);
   std::memcpy(result->contents(), data, length);
   return result;
 }

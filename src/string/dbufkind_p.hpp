@@ -12,17 +12,31 @@
 
 namespace dinternal {
 
-/// DBuffer's virtual table, by its exported symbol.
+/// The virtual tables of DBuffer and DDBCSBuffer, by their exported symbols.
 extern void* const dbufferVirtualTable[] D_SYMBOL_NAME("_ZTV7DBuffer");
+extern void* const ddbcsBufferVirtualTable[] D_SYMBOL_NAME("_ZTV11DDBCSBuffer");
+
+/// The virtual-table pointer of \p b.
+inline void const* virtualTableOf(DBuffer const& b) {
+  void const* table;
+  std::memcpy(&table, static_cast<void const*>(&b), sizeof table);
+  return table;
+}
 
 /// True when \p b is exactly a DBuffer, not an object of a derived class:
 /// then every virtual slot it answers through is the library's own, and a
 /// caller may run the single-byte body directly instead of the virtual
 /// calls. One comparison of the object's virtual-table pointer.
 inline bool plainBuffer(DBuffer const& b) {
-  void const* table;
-  std::memcpy(&table, static_cast<void const*>(&b), sizeof table);
-  return table == &dbufferVirtualTable[virtualTableAddressPoint];
+  return virtualTableOf(b) == &dbufferVirtualTable[virtualTableAddressPoint];
+}
+
+/// True when \p b is exactly a DDBCSBuffer, the class the factory makes in a
+/// multibyte locale: its allocate() is the library's own and its
+/// destructors, like DBuffer's, do nothing.
+inline bool multibyteBuffer(DBuffer const& b) {
+  return virtualTableOf(b) ==
+         &ddbcsBufferVirtualTable[virtualTableAddressPoint];
 }
 
 /// The white-space test DString::strip() hands to \p b's strip(): the wide

@@ -1,5 +1,6 @@
 // What the fuzz models rarely reach, one row each, alone and shared, in both
 // values of fgI18NState: answer or exception, the NUL, buffer and counts.
+#include "ddbcsb.hpp"
 #include "dstring.hpp"
 #include "dtest_support.hpp"
 
@@ -202,10 +203,13 @@ TEST(DStringEdit, QuirkTable) {
 namespace {
 
 // Slots that answer what DBuffer never would, so that a handle shortcut that
-// skips them shows. No data members: the text stays behind the header.
-class ProbeBuffer : public DBuffer {
+// skips them shows; over both of the factory's classes, whose own slots the
+// library may run without asking. No data members: the text stays behind the
+// header.
+template <class Base>
+class ProbeBuffer : public Base {
 public:
-  explicit ProbeBuffer(unsigned int n) : DBuffer(n) {}
+  explicit ProbeBuffer(unsigned int n) : Base(n) {}
   ~ProbeBuffer() override { ++destroyed; }
   static inline int destroyed = 0;
   DBuffer* allocate(unsigned int n) const override {
@@ -214,7 +218,7 @@ public:
   unsigned int compare(void const*, unsigned int) const override { return 1; }
   unsigned int indexOf(char const* pattern, unsigned int length,
                        unsigned int start) const override {
-    return length == 1 ? 77 : DBuffer::indexOf(pattern, length, start);
+    return length == 1 ? 77 : Base::indexOf(pattern, length, start);
   }
   unsigned int indexOfAnyOf(char const*, unsigned int,
                             unsigned int) const override {
@@ -222,20 +226,32 @@ public:
   }
   bool isHexDigits() const override { return false; }
   DBuffer* upperCase() override {
-    addRef();
+    this->addRef();
     return this;
   }
 };
 
+// A one-piece buffer comes from the allocate() slot; its destructor runs.
+template <class Probe>
+void expectMadeAndDestroyedThroughSlots() {
+  D const text = dtest::makeIn<Probe>("ab");
+  int const destroyed = Probe::destroyed;
+  EXPECT_EQ(77u,
+            D(text.buffer()->newBuffer("x", 1, nullptr, 0, nullptr, 0, ' '))
+                .indexOf('x'));
+  EXPECT_EQ(destroyed + 1, Probe::destroyed);
+}
+
 } // namespace
 
 TEST(DStringEdit, DerivedBufferSlotsAreAsked) {
+  using Probe = ProbeBuffer<DBuffer>;
   for (int flag : {0, 1}) {
     dtest::I18NState state(flag);
-    D const text = dtest::makeIn<ProbeBuffer>("ab  cd"),
-            twin(dtest::makeIn<ProbeBuffer>("ab  cd"));
-    D spaced(text), upper = dtest::makeIn<ProbeBuffer>("ab"),
-                    hex = dtest::makeIn<ProbeBuffer>("0a");
+    D const text = dtest::makeIn<Probe>("ab  cd"),
+            twin(dtest::makeIn<Probe>("ab  cd"));
+    D spaced(text), upper = dtest::makeIn<Probe>("ab"),
+                    hex = dtest::makeIn<Probe>("0a");
     spaced.space(1, '_');
     EXPECT_EQ(77u * 2, text.indexOf('c') + text.indexOf('z', 3));
     EXPECT_TRUE(text != twin && !(text == twin) && !(text == D("ab  cd")));
@@ -245,11 +261,7 @@ TEST(DStringEdit, DerivedBufferSlotsAreAsked) {
     EXPECT_EQ("ab", bytes(upper.upperCase()));
     // Flag 1 tests the bytes with isxdigit whatever the buffer says.
     EXPECT_EQ(flag ? string("\x0A") : "", bytes(hex.x2c()));
-    // A one-piece buffer comes from the allocate() slot; its destructor runs.
-    int const destroyed = ProbeBuffer::destroyed;
-    EXPECT_EQ(77u,
-              D(text.buffer()->newBuffer("x", 1, nullptr, 0, nullptr, 0, ' '))
-                  .indexOf('x'));
-    EXPECT_EQ(destroyed + 1, ProbeBuffer::destroyed);
+    expectMadeAndDestroyedThroughSlots<Probe>();
+    expectMadeAndDestroyedThroughSlots<ProbeBuffer<DDBCSBuffer>>();
   }
 }
