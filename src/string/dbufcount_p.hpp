@@ -88,7 +88,7 @@ struct BufferCount {
 /// to operator delete[]; any other class runs its virtual deleting
 /// destructor.
 inline void destroy(DBuffer* b) {
-  if (plainBuffer(*b) || multibyteBuffer(*b))
+  if (factoryBuffer(*b))
     return ::operator delete[](static_cast<void*>(b));
   delete b;
 }

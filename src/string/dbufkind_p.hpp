@@ -39,6 +39,13 @@ inline bool multibyteBuffer(DBuffer const& b) {
          &ddbcsBufferVirtualTable[virtualTableAddressPoint];
 }
 
+/// True when \p b is exactly one of the factory's two classes, whose
+/// destructors do nothing and whose compare() orders by memcmp while the
+/// wide strategies are off.
+inline bool factoryBuffer(DBuffer const& b) {
+  return plainBuffer(b) || multibyteBuffer(b);
+}
+
 /// The white-space test DString::strip() hands to \p b's strip(): the wide
 /// classifier zyn_iswspace when the wide strategies are on
 /// (DString::fgI18NState 1) and \p b is a multibyte buffer, whose strip()

@@ -234,13 +234,13 @@ unsigned int order(DString const& a, char const* b) {
   return a.buffer()->compare(b, b == nullptr ? 0u : measured(b));
 }
 
-// Whether \p a and \p b hold the same text. Where \p a's buffer is a
-// plain DBuffer and the wide strategies are off, its compare() orders by
-// memcmp, so equal means the same length and the same bytes: decided here
-// without the virtual call. Anything else asks compare().
+// Whether \p a and \p b hold the same text. Where \p a's buffer is one of
+// the factory's classes and the wide strategies are off, its compare()
+// orders by memcmp, so equal means the same length and the same bytes:
+// decided here without the virtual call. Anything else asks compare().
 bool equal(DString const& a, DString const& b) {
   DBuffer const* const buffer = a.buffer();
-  if (dinternal::plainBuffer(*buffer) && DString::fgI18NState != 1) {
+  if (dinternal::factoryBuffer(*buffer) && DString::fgI18NState != 1) {
     unsigned int const n = buffer->length();
     char const* const mine = a;
     char const* const theirs = b;
