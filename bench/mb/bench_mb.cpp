@@ -109,6 +109,12 @@ void stripSide(benchmark::State& state, DString const* text) {
   }
 }
 
+void numWordsSide(benchmark::State& state, DString const* text) {
+  for (auto _ : state)
+    benchmark::DoNotOptimize(text->numWords());
+  bytesProcessed(state, text->length());
+}
+
 // Half the width: centring cuts both ends (on character boundaries in
 // multibyte text).
 void centerSide(benchmark::State& state, DString const* text) {
@@ -198,6 +204,7 @@ int main(int argc, char** argv) {
   pair("UTF-8 strip", "4 KiB", stripSide, &t.smallMulti, &t.smallSingle);
   pair("UTF-8 center", "4 KiB", centerSide, &t.smallMulti, &t.smallSingle);
   pair("UTF-8 insert", "4 KiB", insertSide, &t.smallMulti, &t.smallSingle);
+  pair("UTF-8 numWords", "4 KiB", numWordsSide, &t.smallMulti, &t.smallSingle);
   zynbench::side("UTF-8 make from text, no thread started", "64 B", "ours",
                  makeOurs, &t.smallMulti, &t.tiny);
   zynbench::side("UTF-8 make from text, no thread started", "64 B", "peer",

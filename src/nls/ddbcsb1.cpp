@@ -89,21 +89,9 @@ bool DDBCSBuffer::isCharValid(unsigned int position, char const* set,
   if (position == 0 || position > length())
     return false;
   char const* const here = contents() + position - 1;
-  unsigned int const size =
-      dinternal::statelessLength(here, length() - position + 1);
-  if (size > setLength)
-    return false;
-  std::mbstate_t state = dinternal::zeroState;
-  unsigned int left = setLength;
-  while (true) {
-    unsigned int const member = dinternal::measureChar(set, left, &state);
-    if (member == size && std::memcmp(set, here, size) == 0)
-      return true;
-    set += member;
-    left -= std::min(member, left);
-    if (size > left)
-      return false;
-  }
+  return dinternal::CharSet::walkFor(
+      set, setLength, here,
+      dinternal::statelessLength(here, length() - position + 1));
 }
 
 unsigned int DDBCSBuffer::windexOfAnyBut(DStringTest const& test,

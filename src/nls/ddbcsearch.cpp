@@ -24,6 +24,41 @@ using dinternal::wideStrategy;
 
 namespace {
 
+/// Whether the character at a start p of a text is one of a set's
+/// characters (DDBCSBuffer::isCharValid(p, set, length), with the set
+/// walked once).
+class InSet {
+public:
+  InSet(DDBCSBuffer const& b, char const* set, unsigned int length)
+      : text(b.contents()), textLength(b.length()), members(set, length) {}
+  bool operator()(unsigned int p) const {
+    if (p == 0 || p > textLength)
+      return false;
+    char const* const here = text + p - 1;
+    return members.contains(here, dinternal::mbStep(here, textLength - p + 1));
+  }
+
+private:
+  char const* text;
+  unsigned int textLength;
+  dinternal::CharSet members;
+};
+
+/// Forward over the characters from the start \p s of \p text: the first
+/// that is (\p want) or is not one of \p members; else 0. Each character
+/// is measured once, for the test and for the step (CharStarts::next()).
+unsigned int scanSet(char const* text, unsigned int length, unsigned int s,
+                     dinternal::CharSet const& members, bool want) {
+  for (unsigned int p = s; p <= length;) {
+    char const* const here = text + p - 1;
+    unsigned int const size = dinternal::mbStep(here, length - p + 1);
+    if (members.contains(here, size) == want)
+      return p;
+    p += size;
+  }
+  return 0;
+}
+
 /// Forward over character starts from the start \p s: the first for which
 /// accept(position) holds; else 0.
 template <class Accept>
@@ -183,13 +218,13 @@ unsigned int DDBCSBuffer::indexOfAnyOf(char const* set, unsigned int length,
   unsigned int const s = startSearch(start, 1);
   if (s == 0 || length == 0 || s > this->length())
     return 0;
-  CharStarts walk(contents(), this->length(), s);
-  if (length == 1)
+  if (length == 1) {
+    CharStarts walk(contents(), this->length(), s);
     return firstCandidateAtStart(
         walk, s, ByteFinder{contents(), this->length(), set[0]});
-  return scanStarts(walk, s, this->length(), [&](unsigned int p) {
-    return isCharValid(p, set, length);
-  });
+  }
+  return scanSet(contents(), this->length(), s, dinternal::CharSet(set, length),
+                 true);
 }
 
 unsigned int DDBCSBuffer::indexOfAnyBut(char const* set, unsigned int length,
@@ -211,12 +246,7 @@ unsigned int DDBCSBuffer::indexOfAnyBut(char const* set, unsigned int length,
         return p;
     return 0;
   }
-  if (s > size)
-    return 0;
-  CharStarts walk(text, size, s);
-  return scanStarts(walk, s, size, [&](unsigned int p) {
-    return !isCharValid(p, set, length);
-  });
+  return scanSet(text, size, s, dinternal::CharSet(set, length), false);
 }
 
 unsigned int DDBCSBuffer::lastIndexOf(char const* pattern, unsigned int length,
@@ -255,8 +285,7 @@ unsigned int DDBCSBuffer::lastIndexOfAnyOf(char const* set, unsigned int length,
   CharStarts walk(contents(), this->length(), s);
   if (length == 1)
     return lastCandidateAtStart(walk, s, LastByteFinder{contents(), set[0]});
-  return scanStartsBack(
-      walk, s, [&](unsigned int p) { return isCharValid(p, set, length); });
+  return scanStartsBack(walk, s, InSet(*this, set, length));
 }
 
 unsigned int DDBCSBuffer::lastIndexOfAnyBut(char const* set,
@@ -273,8 +302,9 @@ unsigned int DDBCSBuffer::lastIndexOfAnyBut(char const* set,
     return scanStartsBack(
         walk, s, [&](unsigned int p) { return text[p - 1] != set[0]; });
   }
-  return scanStartsBack(
-      walk, s, [&](unsigned int p) { return !isCharValid(p, set, length); });
+  InSet const inSet(*this, set, length);
+  return scanStartsBack(walk, s,
+                        [&inSet](unsigned int p) { return !inSet(p); });
 }
 
 //===--- Predicate searches -----------------------------------------------===//

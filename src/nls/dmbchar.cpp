@@ -25,6 +25,44 @@ unsigned int measureChar(char const* p, unsigned int available,
       .bytes;
 }
 
+//===--- Sets of characters -----------------------------------------------===//
+
+// A set character of one byte is found by every text character of one byte
+// (the walk reaches it while a byte of the set is left), so the table holds
+// them all; an ASCII byte is one character wherever a character starts, and
+// leaves the state as it was.
+CharSet::CharSet(char const* bytes, unsigned int size)
+    : set(bytes), length(size) {
+  std::mbstate_t state = zeroState;
+  for (unsigned int at = 0; at < size;) {
+    auto const c = static_cast<unsigned char>(bytes[at]);
+    unsigned int const member =
+        c < 0x80 ? 1 : measureChar(bytes + at, size - at, &state);
+    if (member == 1)
+      oneByte[c >> 6] |= std::uint64_t(1) << (c & 63);
+    else
+      longMembers = true;
+    at += member;
+  }
+}
+
+bool CharSet::walkFor(char const* set, unsigned int length, char const* here,
+                      unsigned int size) {
+  if (size > length)
+    return false;
+  std::mbstate_t state = zeroState;
+  unsigned int left = length;
+  while (true) {
+    unsigned int const member = measureChar(set, left, &state);
+    if (member == size && std::memcmp(set, here, size) == 0)
+      return true;
+    set += member;
+    left -= std::min(member, left);
+    if (size > left)
+      return false;
+  }
+}
+
 //===--- Forward walk with one state --------------------------------------===//
 
 CharWalk::CharWalk(char const* textBytes, unsigned int length)
@@ -81,7 +119,9 @@ CharStarts::CharStarts(char const* data, unsigned int length,
 
 CharStarts::Sync CharStarts::currentSync() {
   char const* const codeset = nl_langinfo(CODESET);
-  if (std::strcmp(codeset, "UTF-8") == 0)
+  // Asked for every walk: the usual answer without a call.
+  if (codeset[0] == 'U' && codeset[1] == 'T' && codeset[2] == 'F' &&
+      codeset[3] == '-' && codeset[4] == '8' && codeset[5] == '\0')
     return utf8Sync;
   if (std::strcmp(codeset, "EUC-JP") == 0)
     return eucSync;

@@ -32,6 +32,7 @@
 #define D_NLS_DMBCHAR_P_HPP
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <cwchar>
 #include <vector>
@@ -287,6 +288,41 @@ public:
 /// the same walk.
 std::vector<unsigned int> wideCharOffsets(char const* text, unsigned int length,
                                           std::vector<wchar_t>* wide = nullptr);
+
+/// The characters of a set of characters, as DDBCSBuffer::isCharValid()
+/// reads it: the set is walked from its first byte with one state, and a
+/// character of the text belongs when one of the set's characters has the
+/// same length and bytes. The walk is made once, so a search asks each
+/// character of its text without measuring the set again: one-byte
+/// characters answer from a table, and longer ones walk the set only when
+/// it holds any longer characters.
+class CharSet {
+public:
+  CharSet(char const* set, unsigned int length);
+  /// True when the \p size bytes at \p here are one whole character of
+  /// the set.
+  bool contains(char const* here, unsigned int size) const {
+    if (size == 1) {
+      auto const c = static_cast<unsigned char>(*here);
+      return (oneByte[c >> 6] >> (c & 63) & 1) != 0;
+    }
+    return longMembers && containsLong(here, size);
+  }
+
+  /// The walk itself, for a character \p size bytes long.
+  static bool walkFor(char const* set, unsigned int length, char const* here,
+                      unsigned int size);
+
+private:
+  bool containsLong(char const* here, unsigned int size) const {
+    return walkFor(set, length, here, size);
+  }
+
+  char const* set;
+  unsigned int length;
+  bool longMembers = false;
+  std::uint64_t oneByte[4] = {};
+};
 
 } // namespace dinternal
 
