@@ -190,10 +190,13 @@ DBuffer* newTextBuffer(DBuffer const& b, void const* data,
 
 } // namespace
 
-DBuffer* DBuffer::newBuffer(void const* data1, unsigned int length1,
-                            void const* data2, unsigned int length2,
-                            void const* data3, unsigned int length3,
-                            char pad) const {
+// Aligned to a 64-byte block: every string made from one text starts here,
+// and a change elsewhere in the library that moved it cost each make up to
+// 1 ns.
+[[gnu::aligned(64)]] DBuffer*
+DBuffer::newBuffer(void const* data1, unsigned int length1, void const* data2,
+                   unsigned int length2, void const* data3,
+                   unsigned int length3, char pad) const {
   // Most buffers are made from one piece of text: one copy, no walk.
   if (data1 != nullptr && length1 != 0 && (length2 | length3) == 0)
     return newTextBuffer(*this, data1, length1);
