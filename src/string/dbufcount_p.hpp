@@ -88,11 +88,7 @@ struct BufferCount {
 /// to operator delete[]; any other class runs its virtual deleting
 /// destructor.
 inline void destroy(DBuffer* b) {
-  // Plain first: tested in this order, the single-byte path pays for no
-  // second comparison.
-  if (plainBuffer(*b))
-    return ::operator delete[](static_cast<void*>(b));
-  if (multibyteBuffer(*b))
+  if (factoryBuffer(*b))
     return ::operator delete[](static_cast<void*>(b));
   delete b;
 }
