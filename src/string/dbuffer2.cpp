@@ -5,6 +5,7 @@
 #include "base/dcompiler_p.hpp"
 #include "base/dnewhandler_p.hpp"
 #include "base/dthrow_p.hpp"
+#include "string/dbufkind_p.hpp"
 
 #include "dexcept.hpp"
 #include "dstring.hpp"
@@ -15,7 +16,6 @@
 #include <cstring>
 #include <ctype.h>
 #include <new>
-#include <typeinfo>
 
 static char const thisFile[] = "dbuffer2";
 static unsigned long const collationErrorLine = 247;
@@ -163,7 +163,7 @@ static bool everyByte(DBuffer const& b, int (*classify)(int),
                       unsigned short classBit) {
   if (b.length() == 0)
     return false;
-  if (typeid(b) == typeid(DBuffer)) {
+  if (dinternal::plainBuffer(b)) {
     unsigned short const* table = dinternal::ctypeTable();
     signed char const* p = reinterpret_cast<signed char const*>(b.contents());
     unsigned short all = classBit;

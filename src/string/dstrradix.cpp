@@ -3,6 +3,7 @@
 // for byte by digit-by-digit rules; the decimal conversions reach the same
 // bytes with 64-bit limbs, 19 decimal digits per limb operation.
 #include "base/dcompiler_p.hpp"
+#include "string/dbufkind_p.hpp"
 #include "string/dbytescan_p.hpp"
 #include "string/dstring_p.hpp"
 #include "string/dstrradix_p.hpp"
@@ -15,7 +16,6 @@
 #include <cstring>
 #include <memory>
 #include <string>
-#include <typeinfo>
 
 using dinternal::StringAccess;
 
@@ -304,7 +304,7 @@ namespace {
 // (fgI18NState 1, or DBuffer's own isHexDigits) and that class holds each
 // of the 22 digits the decoder's table knows, as in every glibc locale.
 bool plainHexTest(DString const& s) {
-  if (DString::fgI18NState == 0 && typeid(*s.buffer()) != typeid(DBuffer))
+  if (DString::fgI18NState == 0 && !dinternal::plainBuffer(*s.buffer()))
     return false;
   static char const digits[] = "0123456789abcdefABCDEF";
   for (char const* d = digits; *d != '\0'; ++d)
