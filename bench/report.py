@@ -45,7 +45,7 @@ TARGETS = {
     'UTF-8 strip': 3.0,
     'UTF-8 center': 3.0,
     'UTF-8 insert': 3.0,
-    'UTF-8 numWords': None,
+    'UTF-8 numWords': 1.2,
     'UTF-8 make from text, no thread started': 1.5,
 }
 

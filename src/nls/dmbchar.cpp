@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cassert>
 #include <cstring>
-#include <langinfo.h>
 
 namespace dinternal {
 
@@ -107,7 +106,7 @@ int CharWalk::typeAt(unsigned int pos) {
 //===--- Resynchronising character starts ---------------------------------===//
 
 CharStarts::CharStarts(char const* data, unsigned int length)
-    : text(data), textLength(length), sync(currentSync()) {}
+    : text(data), textLength(length), codeset(currentCodeset()) {}
 
 CharStarts::CharStarts(char const* data, unsigned int length,
                        unsigned int knownStart)
@@ -117,28 +116,15 @@ CharStarts::CharStarts(char const* data, unsigned int length,
   walkEnd = next(knownStart);
 }
 
-CharStarts::Sync CharStarts::currentSync() {
-  char const* const codeset = nl_langinfo(CODESET);
-  // Asked for every walk: the usual answer without a call.
-  if (codeset[0] == 'U' && codeset[1] == 'T' && codeset[2] == 'F' &&
-      codeset[3] == '-' && codeset[4] == '8' && codeset[5] == '\0')
-    return utf8Sync;
-  if (std::strcmp(codeset, "EUC-JP") == 0)
-    return eucSync;
-  if (std::strcmp(codeset, "GB18030") == 0)
-    return gbSync;
-  return noSync;
-}
-
 bool CharStarts::isSync(unsigned char c) const {
-  switch (sync) {
-  case utf8Sync: // anything but a continuation byte 80..BF
+  switch (codeset) {
+  case Codeset::utf8: // anything but a continuation byte 80..BF
     return c < 0x80 || c >= 0xC0;
-  case eucSync: // second and third bytes are A1..FE
+  case Codeset::eucJp: // second and third bytes are A1..FE
     return c < 0xA1;
-  case gbSync: // second and fourth bytes 30..39, 40..7E, 80..FE
+  case Codeset::gb18030: // second and fourth bytes 30..39, 40..7E, 80..FE
     return c < 0x30 || (c > 0x39 && c < 0x40) || c == 0x7F || c == 0xFF;
-  case noSync:
+  case Codeset::other:
     break;
   }
   return false;
@@ -152,7 +138,7 @@ unsigned int CharStarts::anchorFor(unsigned int p) {
       std::upper_bound(checkpoints.begin(), checkpoints.end(), p);
   if (after != checkpoints.begin())
     best = std::max(best, *(after - 1));
-  if (sync != noSync)
+  if (codeset != Codeset::other)
     for (unsigned int q = p; q > best; --q)
       if (isSync(static_cast<unsigned char>(text[q - 1])))
         return q;

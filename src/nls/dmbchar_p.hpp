@@ -31,6 +31,8 @@
 #ifndef D_NLS_DMBCHAR_P_HPP
 #define D_NLS_DMBCHAR_P_HPP
 
+#include "string/dbufkind_p.hpp"
+
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -219,8 +221,6 @@ public:
   }
 
 private:
-  enum Sync { noSync, utf8Sync, eucSync, gbSync };
-  static Sync currentSync();
   bool isSync(unsigned char c) const;
   unsigned int anchorFor(unsigned int p);
   /// Walks from the start \p from; stops at the first start beyond \p p
@@ -231,7 +231,7 @@ private:
   static constexpr unsigned int ringSize = 256;
   char const* text;
   unsigned int textLength;
-  Sync sync;
+  Codeset codeset;
   /// Consecutive starts of the last walk, ascending; walkEnd is the start
   /// behind the last of them (0 while nothing is known).
   unsigned int ring[ringSize];

@@ -17,6 +17,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctype.h>
+#include <langinfo.h>
 #include <new>
 #include <string>
 
@@ -89,6 +90,19 @@ DBuffer* DBuffer::defaultBuffer() {
   if (nullBuffer == nullptr)
     nullBuffer = initialize();
   return nullBuffer;
+}
+
+dinternal::Codeset dinternal::currentCodeset() {
+  char const* const codeset = nl_langinfo(CODESET);
+  // Asked for every multibyte walk: the usual answer without a call.
+  if (codeset[0] == 'U' && codeset[1] == 'T' && codeset[2] == 'F' &&
+      codeset[3] == '-' && codeset[4] == '8' && codeset[5] == '\0')
+    return Codeset::utf8;
+  if (std::strcmp(codeset, "EUC-JP") == 0)
+    return Codeset::eucJp;
+  if (std::strcmp(codeset, "GB18030") == 0)
+    return Codeset::gb18030;
+  return Codeset::other;
 }
 
 int (*dinternal::stripSpaceTest(DBuffer const* b))(int) {

@@ -46,6 +46,18 @@ inline bool factoryBuffer(DBuffer const& b) {
   return plainBuffer(b) || multibyteBuffer(b);
 }
 
+/// The multibyte codesets whose byte structure the library knows: where a
+/// byte can stand inside a character.
+enum class Codeset {
+  other,
+  utf8,    // later bytes 80..BF
+  eucJp,   // later bytes A1..FE
+  gb18030, // later bytes 30..39, 40..7E, 80..FE
+};
+
+/// The codeset of the current locale (LC_CTYPE).
+Codeset currentCodeset();
+
 /// The white-space test DString::strip() hands to \p b's strip(): the wide
 /// classifier zyn_iswspace when the wide strategies are on
 /// (DString::fgI18NState 1) and \p b is a multibyte buffer, whose strip()

@@ -54,7 +54,7 @@ static bool sameWord(char const* textA, WordOccurrence const& a,
 unsigned int DString::numWords() const {
   unsigned int count = 0;
   DBuffer const* const b = buffer();
-  if (dinternal::littleEndian && dinternal::plainBuffer(*b)) {
+  if (dinternal::littleEndian && dinternal::byteWords(*b)) {
     dinternal::scanWordBlocks(
         b->contents(), b->length(),
         [&count](unsigned int, std::uint64_t starts, std::uint64_t) {

@@ -79,13 +79,26 @@ void scanWordBlocks(char const* text, unsigned int n, OnBlock onBlock) {
   step(separatorPaddedBlock(text + offset, n - offset));
 }
 
+/// True when the words of \p b are the runs of its bytes that are not
+/// separators, so that scanWordBlocks() finds them: a plain DBuffer, or a
+/// DDBCSBuffer in a codeset whose characters carry no separator byte after
+/// their first (UTF-8, EUC-JP, GB18030: their later bytes are 0x30 and
+/// up), where every separator byte is a character of its own and the byte
+/// behind it starts one. The searches of either class are the library's own.
+inline bool byteWords(DBuffer const& b) {
+  if (plainBuffer(b))
+    return true;
+  return multibyteBuffer(b) && currentCodeset() != Codeset::other;
+}
+
 /// Calls \p visit(position, length) for every word of \p text in order and
-/// stops early when it returns false. Two virtual searches per word, or on
-/// a plain DBuffer (whose searches are known) a scan of eight bytes a step.
+/// stops early when it returns false. Two virtual searches per word, or,
+/// where the words are those of the bytes (byteWords()), a scan of eight
+/// bytes a step.
 template <class Visit>
 void forEachWord(DString const& text, Visit visit) {
   DBuffer const* const buffer = text.buffer();
-  if (littleEndian && plainBuffer(*buffer)) {
+  if (littleEndian && byteWords(*buffer)) {
     unsigned int wordStart = 0;
     scanWordBlocks(
         buffer->contents(), buffer->length(),
