@@ -62,6 +62,37 @@ BENCHMARK(numWordsStringView)
     ->Name("numWords/1 MiB/peer")
     ->Unit(benchmark::kMillisecond);
 
+// Word 50,000 of 100,000: every word before it is skipped.
+void middleWordDString(benchmark::State& state) {
+  DString const s{std::string_view(wordText())};
+  for (auto _ : state)
+    benchmark::DoNotOptimize(s.word(50000));
+}
+BENCHMARK(middleWordDString)
+    ->Name("word 50,000/1 MiB/ours")
+    ->Unit(benchmark::kMicrosecond);
+
+void middleWordStringView(benchmark::State& state) {
+  std::string_view const text(wordText());
+  for (auto _ : state) {
+    std::string word;
+    std::size_t i = text.find_first_not_of(separators);
+    for (unsigned n = 1; i != std::string_view::npos; ++n) {
+      std::size_t const e = text.find_first_of(separators, i);
+      if (n == 50000) {
+        word = text.substr(i, e == std::string_view::npos ? e : e - i);
+        break;
+      }
+      i = e == std::string_view::npos ? e
+                                      : text.find_first_not_of(separators, e);
+    }
+    benchmark::DoNotOptimize(word);
+  }
+}
+BENCHMARK(middleWordStringView)
+    ->Name("word 50,000/1 MiB/peer")
+    ->Unit(benchmark::kMicrosecond);
+
 void space1DString(benchmark::State& state) {
   DString const s{std::string_view(wordText())};
   for (auto _ : state) {

@@ -80,6 +80,24 @@ unsigned int DString::indexOfWord(unsigned int wordNumber,
   unsigned int seen = wordsSoFar;
   // A number not above wordsSoFar is never met: the scan runs out and
   // answers 0, which is how word 0 reads as absent.
+  if (dinternal::littleEndian && dinternal::byteWords(*b)) {
+    // The searches below start where a character starts; from there the
+    // words are runs of bytes, and the text before counts as a separator.
+    unsigned int const s = b->startSearch(startPos, 1);
+    unsigned int found = 0;
+    if (s != 0)
+      dinternal::scanWordBlocks(
+          b->contents() + s - 1, b->length() - s + 1,
+          [&](unsigned int offset, std::uint64_t starts, std::uint64_t) {
+            for (; starts != 0; starts &= starts - 1)
+              if (++seen == wordNumber) {
+                found = s + offset + dinternal::lowestBit(starts) / 8;
+                return false;
+              }
+            return true;
+          });
+    return found;
+  }
   for (;;) {
     unsigned int const position =
         b->indexOfAnyBut(wordSeparators, wordSeparatorCount, start);

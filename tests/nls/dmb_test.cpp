@@ -141,6 +141,9 @@ TEST(MbWords, ByteScanAgreesWithTheCharacterWalk) {
     std::vector<dmodel::Word> const words = dmodel::words(t);
     EXPECT_EQ(words.size(), fast.numWords());
     EXPECT_EQ(words.size(), walked.numWords());
+    // The second word from any byte on, inside a character too.
+    std::uint32_t const from = next(std::uint32_t(t.size()) + 2);
+    EXPECT_EQ(walked.indexOfWord(2, from, 0), fast.indexOfWord(2, from, 0));
     std::string spaced;
     for (dmodel::Word const& w : words)
       spaced += (spaced.empty() ? "" : "_") + t.substr(w.pos - 1, w.length);
@@ -155,6 +158,7 @@ TEST(MbWords, ByteScanAgreesWithTheCharacterWalk) {
       ASSERT_NE(0u, number);
       EXPECT_EQ(number, fast.findPhrase(phrase, 1, DString::wordIndex));
       EXPECT_EQ(words[number - 1].pos, fast.findPhrase(phrase));
+      EXPECT_EQ(words[k].pos, fast.indexOfWord(dmodel::u32(k + 1), 1, 0));
     }
   }
 }
