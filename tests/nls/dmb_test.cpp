@@ -109,15 +109,12 @@ TEST(MbRegressions, StreamInputAndCutCollation) {
   EXPECT_EQ(2u, s.buffer()->compare(cut.data(), 42));
 }
 
-// In UTF-8, EUC-JP and GB18030 no character carries a separator byte after
-// its first, so a multibyte string's words are runs of bytes, which the
-// eight-byte scan finds: it must agree with the character walk through the
-// slots and with the byte model, for bad and cut-off sequences too. The
-// pieces of all three codesets are valid in one locale and bad in others.
+// In these three codesets words are runs of bytes: the byte scan agrees with
+// the character walk and the byte model, on pieces of all three codesets.
 TEST(MbWords, ByteScanAgreesWithTheCharacterWalk) {
   if (MB_CUR_MAX < 2)
     GTEST_SKIP() << "not a multibyte locale";
-  // No overrides: its words come through the search slots.
+  // Its words come through the search slots.
   struct SlotWords : DDBCSBuffer {
     using DDBCSBuffer::DDBCSBuffer;
   };
@@ -148,17 +145,9 @@ TEST(MbWords, ByteScanAgreesWithTheCharacterWalk) {
     for (dmodel::Word const& w : words)
       spaced += (spaced.empty() ? "" : "_") + t.substr(w.pos - 1, w.length);
     EXPECT_EQ(spaced, bytes(DString(fast).space(1, '_')));
-    // A phrase of two words from the middle: found through the word lists.
-    if (words.size() >= 2) {
-      std::size_t const k = words.size() / 2;
-      DString const phrase =
-          make(t.substr(words[k - 1].pos - 1,
-                        words[k].pos + words[k].length - words[k - 1].pos));
-      dmodel::u32 const number = dmodel::findPhrase(t, bytes(phrase), 1);
-      ASSERT_NE(0u, number);
-      EXPECT_EQ(number, fast.findPhrase(phrase, 1, DString::wordIndex));
-      EXPECT_EQ(words[number - 1].pos, fast.findPhrase(phrase));
-      EXPECT_EQ(words[k].pos, fast.indexOfWord(dmodel::u32(k + 1), 1, 0));
+    if (!words.empty()) {
+      EXPECT_EQ(words[words.size() / 2].pos,
+                fast.indexOfWord(dmodel::u32(words.size() / 2 + 1), 1, 0));
     }
   }
 }

@@ -202,10 +202,8 @@ TEST(DStringEdit, QuirkTable) {
 
 namespace {
 
-// Slots that answer what DBuffer never would, so that a handle shortcut that
-// skips them shows; over both of the factory's classes, whose own slots the
-// library may run without asking. No data members: the text stays behind the
-// header.
+// Slots that answer what the factory's classes never would, so that a handle
+// shortcut that skips them shows. No data members.
 template <class Base>
 class ProbeBuffer : public Base {
 public:

@@ -102,3 +102,22 @@ TEST(DBufferOverflow, CheckedLengthArithmetic) {
     EXPECT_DEXCEPTION(call(), DInvalidRequest, 1010, true, "dbuffer0", 561);
   EXPECT_EQ(static_cast<int>(std::size(raising)), trace.logged);
 }
+
+// Class, address, count, length, text (from 24 bytes on: ten, "...", ten).
+TEST(DStringDescription, DebugInfo) {
+  string const t30 = "0123456789abcdefghijKLMNOPQRST", t23(23, 'x');
+  for (auto const& [text, shown] : std::vector<std::pair<string, string>>{
+           {string("ab\0cd", 5), "ab"},
+           {t23, t23},
+           {t30, "0123456789...KLMNOPQRST"}}) {
+    DString const s = dtest::make(text), copy(s);
+    string const want =
+        "DBuffer(@" +
+        std::to_string(reinterpret_cast<unsigned long>(s.buffer())) +
+        ",refs=2,len=" + std::to_string(text.size()) + ",data=[" + shown + "])";
+    EXPECT_EQ("DString(@" +
+                  std::to_string(reinterpret_cast<unsigned long>(&s)) +
+                  ",pBuffer->" + want + ")",
+              bytes(s.asDebugInfo()));
+  }
+}
