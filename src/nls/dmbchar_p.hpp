@@ -306,7 +306,7 @@ public:
       auto const c = static_cast<unsigned char>(*here);
       return (oneByte[c >> 6] >> (c & 63) & 1) != 0;
     }
-    return longMembers && containsLong(here, size);
+    return longMembers && walkFor(set, length, here, size);
   }
 
   /// The walk itself, for a character \p size bytes long.
@@ -314,10 +314,6 @@ public:
                       unsigned int size);
 
 private:
-  bool containsLong(char const* here, unsigned int size) const {
-    return walkFor(set, length, here, size);
-  }
-
   char const* set;
   unsigned int length;
   bool longMembers = false;

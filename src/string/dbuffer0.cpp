@@ -120,15 +120,20 @@ DBuffer* DBuffer::null() const {
 
 namespace {
 
+/// A new buffer of \p length bytes of the factory's multibyte class or of
+/// the plain one, as their allocate() slots make it.
+inline DBuffer* constructChecked(unsigned int length, bool multibyte) {
+  dinternal::checkAllocatable(length);
+  if (multibyte)
+    return dinternal::constructBuffer<DDBCSBuffer>(length);
+  return dinternal::constructBuffer<DBuffer>(length);
+}
+
 /// DBuffer::allocate(), inline for newBuffer()'s one-piece path. MB_CUR_MAX
 /// is read at every call (a locale switch after the first string changes
 /// the class of later buffers); the multibyte branch.
 inline DBuffer* allocateBuffer(unsigned int length) {
-  std::size_t const maxCharLength = MB_CUR_MAX;
-  dinternal::checkAllocatable(length);
-  if (maxCharLength >= 2)
-    return dinternal::constructBuffer<DDBCSBuffer>(length);
-  return dinternal::constructBuffer<DBuffer>(length);
+  return constructChecked(length, MB_CUR_MAX >= 2);
 }
 
 } // namespace
@@ -187,10 +192,9 @@ D_NOINLINE DBuffer* newPiecesBuffer(DBuffer const& b, void const* data1,
 DBuffer* allocateFor(DBuffer const& b, unsigned int length) {
   if (dinternal::plainBuffer(b))
     return allocateBuffer(length);
-  if (!dinternal::multibyteBuffer(b))
-    return b.allocate(length);
-  dinternal::checkAllocatable(length);
-  return dinternal::constructBuffer<DDBCSBuffer>(length);
+  if (dinternal::multibyteBuffer(b))
+    return constructChecked(length, true);
+  return b.allocate(length);
 }
 
 /// newBuffer() of one piece: \p length (at least 1) bytes from \p data.

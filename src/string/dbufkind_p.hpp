@@ -1,6 +1,7 @@
 // Internal: answers about the kind of buffer the factory made (single-byte
-// DBuffer or multibyte DDBCSBuffer), for the few string operations whose
-// rule depends on it, so that they need not know the multibyte class.
+// DBuffer or multibyte DDBCSBuffer) and about the codeset of the current
+// locale, for the few string operations whose rule depends on them, so that
+// they need not know the multibyte class.
 #ifndef D_STRING_DBUFKIND_P_HPP
 #define D_STRING_DBUFKIND_P_HPP
 
